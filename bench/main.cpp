@@ -1,0 +1,136 @@
+// Runs the comparisons and prints their ratios, of medians over interleaved repetitions.
+//
+// Usage: vellum_bench [TEXT...] [--benchmark_...]    only comparisons whose name contains a TEXT
+
+#include <QtGlobal>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <comparison.h>
+#include <cstdio>
+#include <map>
+#include <utility>
+
+using vellum::bench::Comparison;
+
+namespace {
+
+struct Entry
+{
+    std::string name;
+    std::function<Comparison()> make;
+};
+
+std::vector<Entry> &entries()
+{
+    static std::vector<Entry> all;
+    return all;
+}
+
+/// Keeps the median real time of every benchmark, in seconds.
+class MedianReporter : public benchmark::ConsoleReporter
+{
+public:
+    std::map<std::string, double> medians;
+
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        for (const Run &run : runs) {
+            if (run.aggregate_name == "median") {
+                medians[run.run_name.function_name] =
+                    run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+            }
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+};
+
+void add(const std::string &name, const std::function<void()> &run, double bytes)
+{
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [run, bytes](benchmark::State &state) {
+                                     for ([[maybe_unused]] auto _ : state)
+                                         run();
+                                     state.SetBytesProcessed(
+                                         int64_t(bytes * double(state.iterations())));
+                                 })
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+}
+
+struct Ratio
+{
+    std::string text;
+    bool reached;
+};
+
+std::vector<Ratio> runComparison(const Entry &entry)
+{
+    const Comparison comparison = entry.make();
+    const auto nameOf = [&](const std::string &what) { return entry.name + "#" + what; };
+    add(nameOf("vellum"), comparison.ours, comparison.bytes);
+    for (const auto &peer : comparison.peers)
+        add(nameOf(peer.name), peer.run, comparison.bytes);
+    MedianReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::ClearRegisteredBenchmarks();
+
+    std::vector<Ratio> ratios;
+    for (const auto &peer : comparison.peers) {
+        const double speed =
+            reporter.medians[nameOf(peer.name)] / reporter.medians[nameOf("vellum")];
+        char text[200];
+        std::snprintf(text, sizeof text, "%-46s %6.2f times as fast as %s", entry.name.c_str(),
+                      speed, peer.name.c_str());
+        ratios.push_back({text, speed >= peer.leastSpeed});
+        if (peer.leastSpeed > 0) {
+            std::snprintf(text, sizeof text, " (%.2f asked)%s", peer.leastSpeed,
+                          ratios.back().reached ? "" : "  MISSED");
+            ratios.back().text += text;
+        }
+    }
+    return ratios;
+}
+
+} // namespace
+
+vellum::bench::Register::Register(std::string name, std::function<Comparison()> make)
+{
+    entries().push_back({std::move(name), std::move(make)});
+}
+
+int main(int argc, char **argv)
+{
+    std::vector<char *> args(argv, argv + argc);
+    // Interleaved, so that a busy moment of a shared machine does not hit one side only.
+    char defaults[][48] = {"--benchmark_repetitions=9",
+                           "--benchmark_enable_random_interleaving=true",
+                           "--benchmark_report_aggregates_only=true", "--benchmark_min_time=0.05"};
+    int at = 1;
+    for (char *const option : defaults)
+        args.insert(args.begin() + at++, option);
+    int count = int(args.size());
+    benchmark::Initialize(&count, args.data());
+
+    const std::vector<std::string> wanted(args.begin() + 1, args.begin() + count);
+    const auto isWanted = [&](const std::string &name) {
+        return wanted.empty() || std::any_of(wanted.begin(), wanted.end(), [&](const auto &text) {
+                   return name.find(text) != std::string::npos;
+               });
+    };
+    std::sort(entries().begin(), entries().end(),
+              [](const Entry &a, const Entry &b) { return a.name < b.name; });
+    std::vector<Ratio> ratios;
+    for (const Entry &entry : entries()) {
+        if (!isWanted(entry.name))
+            continue;
+        const auto added = runComparison(entry);
+        ratios.insert(ratios.end(), added.begin(), added.end());
+    }
+
+    std::printf("\nRatios of medians\n");
+    for (const Ratio &ratio : ratios)
+        std::printf("%s\n", ratio.text.c_str());
+    return ratios.empty() ? 1 : 0;
+}

@@ -1,0 +1,44 @@
+// Owner of the memory of a row-block store, shared by the images that show it.
+#pragma once
+
+#include <vellum/image/rowblocks.h>
+
+#include <QSharedData>
+
+namespace vellum::image {
+
+/// A RowBlockBuffer that frees its blocks with its last holder.
+///
+/// The holders are the Vellum objects whose rows it holds. Counting them here, beside the count
+/// of the QImageData, is what lets copies be assigned, re-allocated and destroyed in any order.
+class RowStore : public QSharedData, public RowBlockBuffer
+{
+public:
+    /// Allocates room for \a height rows of \a bytesPerLine bytes each.
+    ///
+    /// A size of zero succeeds with blocks that hold nothing.
+    /// \return null when memory runs out or a size is negative or not representable;
+    ///         \a failedBlock is then the index of the block that could not be had
+    [[nodiscard]] static RowStore *allocate(qint64 bytesPerLine, int height, int &failedBlock);
+
+    RowStore(const RowStore &) = delete;
+    RowStore &operator=(const RowStore &) = delete;
+    ~RowStore();
+
+    /// First byte of row \a y, or null when the store has no such row.
+    uchar *row(int y) const
+    {
+        if (y < 0 || y >= m_rows)
+            return nullptr;
+        return blocks[y / rowsPerBlock] + qptrdiff(y % rowsPerBlock) * bytesPerLine;
+    }
+
+    size_t blockBytes() const { return size_t(rowsPerBlock) * size_t(bytesPerLine); }
+
+private:
+    RowStore() : RowBlockBuffer {} { }
+
+    int m_rows = 0; // rows asked for; 0 when a row has no bytes
+};
+
+} // namespace vellum::image

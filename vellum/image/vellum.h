@@ -1,0 +1,328 @@
+// The image class: a QImage that can also hold rows too many for one allocation.
+#pragma once
+
+#include <vellum/export.h>
+#include <vellum/image/attachments.h>
+#include <vellum/image/rowblocks.h>
+
+#include <QByteArray>
+#include <QExplicitlySharedDataPointer>
+#include <QImage>
+#include <QList>
+
+namespace vellum::image {
+class RowStore;
+}
+
+/// An image whose rows lie in one buffer, as in any QImage (a plain image), or in a store of
+/// separately allocated blocks (a big image), with what print-oriented and layered files carry
+/// beside their pixels.
+///
+/// \par Rows
+/// Reach rows through scanLineEx(), scanLine() or the polled functions of
+/// <vellum/image/rowaccess.h>, always by index: neighbouring rows of a big image need not be
+/// adjacent. The base QImage of a big image knows size, format, stride, colour table and the
+/// other metadata, but holds no rows. What QImage itself offers and this class does not hide
+/// (bits(), pixel(), QPainter and so on) therefore never sees the pixels of a big image; with
+/// createBig() it sees zeros.
+///
+/// \par Sharing
+/// Copying and assigning share the pixels. A plain image is copied when it is written to through
+/// scanLine() while it is shared, as a QImage is. The rows of a big image are never copied behind
+/// the caller's back: whoever shares them sees every write. They are freed when the last Vellum
+/// that shows them is destroyed, assigned to or given another store. Metadata (text, resolution,
+/// colour table and so on) belongs to each image of its own; setting it never copies pixels.
+///
+/// \par Attachments
+/// EXIF and layer records and the colour transforms belong to the image object that was given
+/// them. Copies do not get them. They are released with the image object, provided that no other
+/// image shares its pixels at that moment; an assignment to the image forgets them without
+/// releasing them.
+///
+/// \par Threads
+/// An image object is not locked. Different threads may read rows of one image, or write
+/// different rows of a big or unshared one, at the same time, and may use, copy and destroy image
+/// objects of their own that share pixels.
+class VELLUM_EXPORT Vellum : public QImage
+{
+public:
+    /// \name Construction
+    /// @{
+
+    /// A null image.
+    Vellum();
+
+    /// Shares \a other's pixels, plain or big, as operator=(const Vellum &) does. Everything
+    /// that operator does not take over has its default.
+    Vellum(const Vellum &other);
+
+    /// Shares \a image's pixels. Never big, even if \a image is the base of a big image.
+    Vellum(const QImage &image);
+
+    /// A plain image of \a w x \a h pixels, undefined content; null when it cannot be had.
+    Vellum(int w, int h, QImage::Format format);
+
+    /// Wraps \a data, \a h rows of \a w pixels padded to a multiple of 4 bytes, without copying.
+    ///
+    /// \a data must stay valid until the last image that shares it is gone; then
+    /// \a cleanup(\a cleanupInfo) is called. A reader that will call alloc_buffer() may pass a
+    /// smaller buffer: the base of a big image is never read or written by this library.
+    Vellum(uchar *data, int w, int h, QImage::Format format, void (*cleanup)(void *) = nullptr,
+           void *cleanupInfo = nullptr);
+
+    ~Vellum() override;
+
+    /// Shares \a other's pixels and takes over its ICC profile and CMYK-origin flag.
+    ///
+    /// Attachments and transforms of this image are forgotten, not released. Progress callback,
+    /// chain links, offset, layer groups, read options, save-as-CMYK flag, colour-space factory,
+    /// channel buffer and detach state stay as they were.
+    Vellum &operator=(const Vellum &other);
+
+    /// Shares the pixels of a plain image. Attachments and transforms of this image are forgotten,
+    /// not released; everything else stays as it was.
+    ///
+    /// Callers rely on a quirk: a big image whose pixels others still share keeps its store (and
+    /// isBigImage()); assign a Vellum to be sure to drop it.
+    Vellum &operator=(const QImage &image);
+
+    /// Would exchange the base and leave the stores where they are; use std::swap.
+    void swap(QImage &other) = delete;
+
+    /// The Vellum behind \a image: null when \a image is null or no Vellum.
+    static Vellum *getVellum(QImage *image);
+
+    /// A QImage that shares this image's data. That of a big image holds no pixels.
+    QImage toImage() const;
+
+    /// Makes \a image a plain image of \a w x \a h pixels, undefined content, keeping its ICC
+    /// profile. Otherwise acts as an assignment to \a image.
+    /// \return false, with \a image null, when the size or format is invalid or memory runs out
+    static bool create(Vellum &image, int w, int h, QImage::Format format);
+
+    /// Makes \a image a big image of \a w x \a h pixels, undefined content, keeping its ICC
+    /// profile. Otherwise acts as an assignment to \a image.
+    ///
+    /// The base QImage stands on address space of the nominal size that costs no memory, so that
+    /// bytesPerLine(), sizeInBytes() and the rest answer truthfully and a QImage function that
+    /// knows nothing of big images reads zeros. The rows cost memory as they are written.
+    /// \return false, with \a image null, when the size or format is invalid or memory runs out
+    static bool createBig(Vellum &image, int w, int h, QImage::Format format);
+
+    /// A plain image of this image's size and format, filled as by fill(uint) with \a fill; null
+    /// when this image is null or memory runs out.
+    Vellum createImage(uint fill) const;
+    /// @}
+
+    /// \name Row access
+    /// @{
+
+    /// Gives the image a store for \a height rows of \a bytesPerLine bytes and so makes it big.
+    ///
+    /// A store of its own is dropped first; images that share it keep it. The content of the rows
+    /// is undefined. Size and format of the image do not change, and should fit: a row that the
+    /// store lacks is null, and only storedBytesPerLine() bytes of a row may be touched. A size
+    /// of zero succeeds, and every row is null.
+    ///
+    /// \return false when the blocks cannot be had or a size is negative. The image is then left
+    ///         without a store and null, or, when others share its data, unusable until it is
+    ///         assigned to. The debug message "alloc_buffer fail, index= " names the block.
+    bool alloc_buffer(qint64 bytesPerLine, int height);
+
+    /// True when the rows are in a row-block store.
+    bool isBigImage() const;
+
+    /// First byte of row \a y; null when \a y is below 0, not below height(), or a row that the
+    /// store of a big image does not hold.
+    ///
+    /// The mutable form copies the pixels of a plain image that is shared, except between
+    /// beginDetach() and endDetach().
+    uchar *scanLineEx(int y);
+    const uchar *scanLineEx(int y) const; ///< \overload
+
+    /// The same as scanLineEx(); hides QImage::scanLine.
+    uchar *scanLine(int y);
+    const uchar *scanLine(int y) const; ///< \overload
+
+    /// Bytes that may be touched in a row: bytesPerLine(), or the stride of a store made narrower.
+    int storedBytesPerLine() const;
+
+    /// From here to endDetach(), scanLineEx() of a plain image returns rows of the buffer as it
+    /// is now, without checking whether it is shared.
+    ///
+    /// For loops that write many rows of a fresh, unshared image. Rows of a shared image would be
+    /// changed for all who share them, and assigning to the image in between leaves the rows
+    /// pointing at the old buffer.
+    void beginDetach();
+    void endDetach(); ///< Ends beginDetach().
+
+    /// Writes \a pixel to every pixel: as many of its low bytes as a pixel has, least significant
+    /// first; on 64-bit formats the value twice; below 8 bits per pixel its low byte to every byte.
+    void fill(uint pixel);
+
+    /// fill(color.rgba()): the ARGB32 value as it is, whatever the format. Callers that fill
+    /// 32-bit images rely on it; there is no conversion to the image's format.
+    void fill(const QColor &color);
+    void fill(Qt::GlobalColor color); ///< fill(QColor(color))
+    /// @}
+
+    /// \name QImage's metadata, without copying the base of a shared big image
+    /// @{
+    void setText(const QString &key, const QString &value);
+    void setDotsPerMeterX(int dotsPerMeter);
+    void setDotsPerMeterY(int dotsPerMeter);
+    void setDevicePixelRatio(qreal ratio);
+    void setColorTable(const QVector<QRgb> &colors);
+    void setColor(int index, QRgb color);
+    void setColorCount(int count);
+    void setColorSpace(const QColorSpace &colorSpace);
+    void setOffset(const QPoint &offset); ///< QImage::offset, not getOffsetX() and getOffsetY()
+    /// @}
+
+    /// Relabels the pixels as \a format, for this image and all that share its data, without
+    /// converting anything. The layout must be right already. Does nothing to a null image.
+    void setFormat(QImage::Format format);
+
+    /// \name Placement, chain, options
+    /// @{
+
+    /// Placement of the image, such as a layer's position in its document; (0, 0) at first.
+    void setOffset(int x, int y);
+    int getOffsetX() const;
+    int getOffsetY() const;
+
+    /// Links this image and \a image both ways. A null \a image does nothing: links can be
+    /// redirected but not removed. Linked images are not owned.
+    void setPrevImage(Vellum *image);
+    Vellum *getPrevImage() const;
+    void setNextImage(Vellum *image); ///< \copydoc setPrevImage
+    Vellum *getNextImage() const;
+
+    /// Bits agreed between an application and its format plugins; the library only keeps them.
+    void setReadOptions(int options);
+    unsigned int getReadOptions() const;
+
+    void setSaveAsCmyk(bool saveAsCmyk);
+    bool getSaveAsCmyk() const;
+
+    /// True while a transform for saving as CMYK is prepared.
+    bool hasSaveCmykTransform() const;
+
+    /// Whether the file that the image came from was CMYK.
+    void setOrgFileCmyk(bool cmyk);
+    bool isOrgFileCmyk() const;
+
+    /// The ICC profile of the image's file, as complete serialised bytes; empty for none.
+    void setIccProfile(const QByteArray &profile);
+    QByteArray getIccProfile() const;
+    /// @}
+
+    /// \name Attachments
+    /// @{
+
+    /// Takes ownership of \a data, \a size bytes from \c malloc, and frees what was there before
+    /// (unless it is \a data itself).
+    void setExifData(char *data, int size);
+    ExifData *getExifData(); ///< The image's own record; null when it has none.
+
+    /// Takes ownership of \a layer and releases the record that was there before.
+    void setPsdLayerData(PsdLayerData *layer);
+    PsdLayerData *getPsdLayerData(); ///< The image's own record; null when it has none.
+
+    void setLayerGroup(QList<PsdGroupData> &groups);
+    QList<PsdGroupData> &getLayerGroup(); ///< The image's own list.
+
+    /// Keeps \a factory for the layered-file reader; never dereferenced, never freed.
+    void setColorSpaceFactory(IPsColorSpaceFactory *factory);
+    IPsColorSpaceFactory *getColorSpaceFactory();
+
+    /// Allocates height() rows of width() pixels of \a channels interleaved samples.
+    ///
+    /// \param channels  samples per pixel
+    /// \param bits      8 or 16 per sample; 16-bit samples are little-endian
+    /// \param stride    set to the bytes from row to row, a multiple of 4; 0 on failure
+    /// \return the buffer, undefined content; null when \a bits is another number, the size does
+    ///         not fit 32 bits, or memory runs out
+    ///
+    /// Neither this function nor the destructor frees an earlier buffer: call freeChannelsData().
+    uchar *allocChannelsData(int channels, int bits, int &stride);
+
+    /// Always null, whatever the arguments.
+    uchar *getChannelsData(int, int, int &);
+
+    void freeChannelsData();
+
+    /// Splits the channel buffer into one plain grey image per channel, owned by the caller.
+    ///
+    /// \param to8Bit    16-bit samples become Grayscale8 of their high bytes, else Grayscale16
+    /// \param freeData  frees the channel buffer afterwards
+    /// \return empty when there is no buffer, or when the image has grown since it was allocated
+    QList<Vellum *> getChannelsImage(bool to8Bit, bool freeData);
+
+    /// Always false; does nothing.
+    bool setChannelsImage(QList<Vellum *> images);
+    /// @}
+
+    /// \name Progress
+    /// @{
+
+    /// Sets what is called while operations on this image run.
+    ///
+    /// \param callback  called with \a userData, a percentage and this image (as a pointer to
+    ///                  const Vellum); answers true to go on and false to cancel
+    /// \param userData  must not be null, or nothing is called
+    /// \param base      added to every percentage
+    /// \param scale     factor on the fraction done
+    ///
+    /// Copies and assignments of the image do not take the callback along. For a callable with
+    /// state see vellum::ProgressGuard.
+    void setCallback(bool (*callback)(void *, int, void *), void *userData, int base, double scale);
+
+    /// Reports \a position rows done and returns the callback's answer; true when none is set.
+    ///
+    /// The percentage is base + position * scale * 100 / height(), truncated towards zero; what
+    /// no \c int can hold is reported as the smallest \c int. The callback runs on the calling
+    /// thread, at every call.
+    bool set_progress(int position) const;
+
+    /// Takes over \a other's callback, user pointer, base and scale.
+    void copyCallback(const Vellum &other);
+    /// @}
+
+private:
+    void clear();
+    bool isLastHolder() const;
+    void partMetadata();
+    static bool replacePixels(Vellum &image, const Vellum &pixels);
+
+    // Set to null by every constructor; kept free for additions that keep the layout.
+    void *m_reserved1 = nullptr;
+    void *m_reserved2 = nullptr;
+    void *m_reserved3 = nullptr;
+    void *m_reserved4 = nullptr;
+    bool (*m_progressCallback)(void *, int, void *) = nullptr;
+    void *m_progressUserData = nullptr;
+    QExplicitlySharedDataPointer<vellum::image::RowStore> m_rowBlocks;
+    Vellum *m_prevImage = nullptr;
+    Vellum *m_nextImage = nullptr;
+    int m_offsetX = 0;
+    int m_offsetY = 0;
+    ExifData *m_exifData = nullptr;
+    PsdLayerData *m_psdLayerData = nullptr;
+    IPsColorSpaceFactory *m_colorSpaceFactory = nullptr;
+    QList<PsdGroupData> m_layerGroup;
+    uchar *m_detachBits = nullptr;
+    qint64 m_detachBytesPerLine = 0;
+    unsigned int m_readOptions = 0;
+    bool m_saveAsCmyk = false;
+    void *m_saveCmykTransform = nullptr; // lcms2 transform, owned by the head of a chain
+    void *m_iccReadTransform = nullptr; // lcms2 transform
+    bool m_orgFileCmyk = false;
+    int m_progressBase = 0;
+    double m_progressScale = 1.0;
+    QByteArray m_iccProfile;
+    uchar *m_channelsData = nullptr;
+    int m_channelCount = 0;
+    int m_channelBits = 8;
+    int m_channelsBytes = 0; // size of m_channelsData
+};

@@ -1,0 +1,111 @@
+// Attachments: EXIF, layer records, layer groups and extra channels.
+
+#include <vellum/image/vellum.h>
+
+#include <cstring>
+#include <limits>
+
+namespace {
+
+/// Bytes per row of interleaved samples, rounded up to 4.
+qint64 channelStride(int width, int channels, int bits)
+{
+    return (qint64(bits / 8) * width * channels + 3) & ~qint64(3);
+}
+
+/// Copies every \a step th sample of \a in.
+template <typename Sample>
+void extractSamples(uchar *out, const uchar *in, qptrdiff step, int width)
+{
+    for (int x = 0; x < width; ++x, in += step, out += sizeof(Sample))
+        std::memcpy(out, in, sizeof(Sample));
+}
+
+} // namespace
+
+void Vellum::setExifData(char *data, int size)
+{
+    if (!m_exifData)
+        m_exifData = new ExifData {nullptr, 0};
+    if (m_exifData->data != data)
+        std::free(m_exifData->data);
+    *m_exifData = {data, size};
+}
+
+ExifData *Vellum::getExifData() { return m_exifData; }
+
+void Vellum::setPsdLayerData(PsdLayerData *layer)
+{
+    if (layer == m_psdLayerData)
+        return;
+    delete m_psdLayerData;
+    m_psdLayerData = layer;
+}
+
+PsdLayerData *Vellum::getPsdLayerData() { return m_psdLayerData; }
+
+void Vellum::setLayerGroup(QList<PsdGroupData> &groups) { m_layerGroup = groups; }
+
+QList<PsdGroupData> &Vellum::getLayerGroup() { return m_layerGroup; }
+
+void Vellum::setColorSpaceFactory(IPsColorSpaceFactory *factory) { m_colorSpaceFactory = factory; }
+
+IPsColorSpaceFactory *Vellum::getColorSpaceFactory() { return m_colorSpaceFactory; }
+
+uchar *Vellum::allocChannelsData(int channels, int bits, int &stride)
+{
+    m_channelCount = channels;
+    m_channelBits = bits;
+    m_channelsData = nullptr; // an earlier buffer is the caller's to free, before this call
+    m_channelsBytes = 0;
+    stride = 0;
+    // The width and the number of samples have 31 bits each: their product fits 64, three do not.
+    constexpr qint64 kMost = std::numeric_limits<int>::max();
+    if ((bits != 8 && bits != 16) || channels < 0 || qint64(width()) * channels > kMost / 2)
+        return nullptr;
+    const qint64 rowBytes = channelStride(width(), channels, bits);
+    if (rowBytes > kMost || rowBytes * height() > kMost)
+        return nullptr;
+    m_channelsData = static_cast<uchar *>(std::malloc(size_t(rowBytes * height())));
+    if (!m_channelsData)
+        return nullptr;
+    m_channelsBytes = int(rowBytes * height());
+    stride = int(rowBytes);
+    return m_channelsData;
+}
+
+uchar *Vellum::getChannelsData(int, int, int &) { return nullptr; }
+
+void Vellum::freeChannelsData()
+{
+    std::free(m_channelsData);
+    m_channelsData = nullptr;
+    m_channelsBytes = 0;
+}
+
+QList<Vellum *> Vellum::getChannelsImage(bool to8Bit, bool freeData)
+{
+    QList<Vellum *> images;
+    const qint64 stride = channelStride(width(), m_channelCount, m_channelBits);
+    if (m_channelsData && stride * height() <= m_channelsBytes) {
+        const int bytes = m_channelBits / 8;
+        const bool wide = bytes == 2 && !to8Bit;
+        const auto extract = wide ? extractSamples<quint16> : extractSamples<quint8>;
+        const int highByte = wide ? 0 : bytes - 1; // samples are little-endian
+        for (int c = 0; c < m_channelCount; ++c) {
+            auto *const image =
+                new Vellum(width(), height(), wide ? Format_Grayscale16 : Format_Grayscale8);
+            images.append(image);
+            const uchar *const samples = m_channelsData + c * bytes + highByte;
+            for (int y = 0; y < image->height(); ++y) {
+                extract(image->scanLineEx(y), samples + y * stride,
+                        qptrdiff(m_channelCount) * bytes, width());
+            }
+        }
+    }
+    if (freeData)
+        freeChannelsData();
+    return images;
+}
+
+bool Vellum::setChannelsImage(QList<Vellum *>) { return false; }

@@ -1,0 +1,9 @@
+// Umbrella header: brings every public header of the library.
+#pragma once
+
+#include <vellum/export.h>
+#include <vellum/image/attachments.h>
+#include <vellum/image/progress.h>
+#include <vellum/image/rowaccess.h>
+#include <vellum/image/rowblocks.h>
+#include <vellum/image/vellum.h>
