@@ -118,7 +118,7 @@ bool Vellum::createBig(Vellum &image, int w, int h, QImage::Format format)
     Vellum big(reserved->memory, w, h, format, Reserved::destroy, reserved.get());
     if (big.isNull())
         return replacePixels(image, Vellum());
-    reserved.release(); // the image data destroys it from now on
+    static_cast<void>(reserved.release()); // the image data destroys it from now on
     big.alloc_buffer(nominal.bytesPerLine, h); // leaves a null image on failure
     return replacePixels(image, big);
 }
