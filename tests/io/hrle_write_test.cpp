@@ -11,6 +11,8 @@
 #include <support/hrle.h>
 #include <support/images.h>
 #include <support/messages.h>
+#include <support/polls.h>
+#include <sys/resource.h>
 
 using namespace vellum::test;
 
@@ -47,22 +49,6 @@ Vellum makeRuns(Storage storage, int extraStride = 0)
     return image;
 }
 
-Rows rowsOf(const Vellum &image)
-{
-    Rows rows;
-    for (int y = 0; y < image.height(); ++y) {
-        QByteArray row(image.bytesPerLine(), '\0');
-        std::memcpy(row.data(), image.scanLineEx(y), size_t(image.storedBytesPerLine()));
-        rows.push_back(row);
-    }
-    return rows;
-}
-
-QByteArray expectedFile(const Vellum &image)
-{
-    return naiveFile(image.width(), rowsOf(image), image.dotsPerMeterX(), image.dotsPerMeterY());
-}
-
 struct Written
 {
     bool result;
@@ -77,24 +63,6 @@ Written write(const Vellum &image)
     const bool result = HrleHandler().writeStream(stream, image);
     return {result, buffer.data()};
 }
-
-/// Counts polls and answers "stop" at one of them.
-struct Polls
-{
-    std::vector<int> percents;
-    size_t stopAt = size_t(-1);
-
-    void attach(Vellum &image)
-    {
-        image.setCallback(
-            [](void *self, int percent, void *) {
-                auto &polls = *static_cast<Polls *>(self);
-                polls.percents.push_back(percent);
-                return polls.percents.size() - 1 != polls.stopAt;
-            },
-            this, 0, 1.0);
-    }
-};
 
 TEST_P(HrleWrite, FlatImageIsOneRunAndOneRepeatCount)
 {

@@ -1,3 +1,4 @@
+#include <cstring>
 #include <support/hrle.h>
 
 namespace vellum::test {
@@ -114,6 +115,22 @@ Rows naiveDecode(const QByteArray &data, int height, int bytesPerLine)
         y += repeats;
     }
     return rows;
+}
+
+Rows rowsOf(const Vellum &image)
+{
+    Rows rows;
+    for (int y = 0; y < image.height(); ++y) {
+        QByteArray row(image.bytesPerLine(), '\0');
+        std::memcpy(row.data(), image.scanLineEx(y), size_t(image.storedBytesPerLine()));
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+QByteArray expectedFile(const Vellum &image)
+{
+    return naiveFile(image.width(), rowsOf(image), image.dotsPerMeterX(), image.dotsPerMeterY());
 }
 
 } // namespace vellum::test

@@ -1,8 +1,9 @@
 // HRLE files made and read the simple way: what the library's reader and writer are judged by.
 #pragma once
 
+#include <vellum/vellum.h>
+
 #include <QByteArray>
-#include <QVector>
 
 #include <vector>
 
@@ -54,5 +55,11 @@ QByteArray naiveFile(int width, const Rows &rows, qint32 dotsX = 2834, qint32 do
 
 /// Rows that the reader should make of run-length data \a data, whatever it holds.
 Rows naiveDecode(const QByteArray &data, int height, int bytesPerLine);
+
+/// The rows of an 8-bit image, bytesPerLine() bytes each; what its store lacks is zero.
+Rows rowsOf(const Vellum &image);
+
+/// The file that the writer should make of \a image.
+QByteArray expectedFile(const Vellum &image);
 
 } // namespace vellum::test
