@@ -24,17 +24,20 @@ const uchar *endOfRun(const uchar *p, const uchar *end)
     constexpr int kWord = 8;
     const uchar value = *p++;
     const quint64 wanted = value * Q_UINT64_C(0x0101010101010101);
+    const auto differenceAt = [&](const uchar *at) {
+        quint64 word = 0;
+        std::memcpy(&word, at, kWord);
+        return word ^ wanted;
+    };
     for (; end - p >= kBlock; p += kBlock) {
-        quint64 words[kBlock / kWord];
-        std::memcpy(words, p, kBlock);
         quint64 difference = 0;
-        for (const quint64 word : words)
-            difference |= word ^ wanted;
+        for (int i = 0; i < kBlock; i += kWord) // compilers make vectors of this
+            difference |= differenceAt(p + i);
         if (difference != 0)
             break;
     }
     for (; end - p >= kWord; p += kWord) {
-        const quint64 difference = qFromLittleEndian<quint64>(p) ^ wanted;
+        const quint64 difference = qFromLittleEndian(differenceAt(p));
         if (difference != 0)
             return p + qCountTrailingZeroBits(difference) / 8;
     }
