@@ -263,6 +263,8 @@ TEST(HrleChecking, DeviceThatIsNotReadableIsUnreadable)
     QBuffer writeOnly;
     writeOnly.open(QIODevice::WriteOnly);
     EXPECT_TRUE(has(checkHrle(writeOnly), HrleCheck::Unreadable));
+    SequentialDevice sequential(rawFile(), 1000);
+    EXPECT_TRUE(has(checkHrle(sequential), HrleCheck::Unreadable));
 }
 
 TEST(HrleChecking, FileIsCheckedByName)

@@ -87,6 +87,7 @@ std::optional<int> encodeRows(RowSource &rows, uchar *buffer, int size)
             continue;
         }
         previous = row;
+        // Here and after every run, used <= limit: the margin takes what a row's end needs.
         const uchar *const end = row + bytes;
         for (const uchar *run = row;;) {
             const uchar *const next = endOfRun(run, end);
@@ -116,8 +117,8 @@ bool WordReader::refill()
     std::memmove(m_buffer.data(), m_buffer.data() + m_at, size_t(held));
     while (held < 4) { // sequential devices may give a byte at a time
         const qint64 wanted = qMin(m_unread, qint64(m_buffer.size()) - held);
-        auto *const free = reinterpret_cast<char *>(m_buffer.data() + held);
-        const qint64 got = wanted > 0 ? m_device.read(free, wanted) : 0;
+        auto *const space = reinterpret_cast<char *>(m_buffer.data() + held);
+        const qint64 got = wanted > 0 ? m_device.read(space, wanted) : 0;
         if (got <= 0)
             break;
         held += int(got);
