@@ -1,0 +1,64 @@
+#include "cancel.h"
+
+#include "failure.h"
+#include "messages.h"
+#include "platform.h"
+
+#include <QFile>
+
+#include <cstdlib>
+#include <thread>
+
+namespace vellum::tool {
+
+namespace {
+
+struct State
+{
+    std::atomic<bool> requested {false};
+    std::mutex mutex; // guards what follows
+    QString temporaryName;
+    QString name;
+};
+
+// Never destroyed: the thread that listens lives longer than main().
+State &state()
+{
+    static auto *const state = new State;
+    return *state;
+}
+
+void requestCancel()
+{
+    State &s = state();
+    s.requested = true;
+    std::this_thread::sleep_for(kGracePeriod);
+
+    const std::lock_guard lock(s.mutex);
+    if (!s.temporaryName.isEmpty())
+        QFile::remove(s.temporaryName);
+    printError(cancelled(s.name));
+    std::_Exit(WasCancelled);
+}
+
+} // namespace
+
+void watchForCancel()
+{
+    state();
+    platform::watchSignals(requestCancel);
+}
+
+const std::atomic<bool> &cancelFlag() { return state().requested; }
+
+NoForcedEnd::NoForcedEnd() : m_lock(state().mutex) { }
+
+void NoForcedEnd::setUnfinishedFile(const QString &temporaryName, const QString &name)
+{
+    state().temporaryName = temporaryName;
+    state().name = name;
+}
+
+void NoForcedEnd::forever() { m_lock.release(); }
+
+} // namespace vellum::tool
