@@ -7,3 +7,6 @@
 #include <vellum/image/rowaccess.h>
 #include <vellum/image/rowblocks.h>
 #include <vellum/image/vellum.h>
+#include <vellum/io/hrlecheck.h>
+#include <vellum/io/hrlehandler.h>
+#include <vellum/io/hrleheader.h>

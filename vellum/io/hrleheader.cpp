@@ -1,0 +1,68 @@
+#include <vellum/io/hrleheader_p.h>
+
+#include <QDataStream>
+
+#include <limits>
+
+namespace vellum::io {
+
+namespace {
+
+bool isBitmapDepth(int bitsPerPixel)
+{
+    for (const int depth : {1, 4, 8, 16, 24, 32}) {
+        if (bitsPerPixel == depth)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+bool readHeaders(QDataStream &stream, HrleFileHeader &file, HrleInfoHeader &info)
+{
+    stream.setByteOrder(QDataStream::LittleEndian);
+    if (stream.readRawData(file.magic, sizeof file.magic) != int(sizeof file.magic))
+        return false;
+    stream >> file.fileSize >> file.reserved1 >> file.reserved2 >> file.dataOffset;
+    stream >> info.informationHeaderSize >> info.width >> info.height >> info.planes;
+    stream >> info.bitsPerPixel >> info.compression >> info.imageSize;
+    stream >> info.dotsPerMeterX >> info.dotsPerMeterY >> info.colorsUsed >> info.colorsImportant;
+    return stream.status() == QDataStream::Ok;
+}
+
+bool writeFileHeader(QDataStream &stream, const HrleFileHeader &file)
+{
+    stream.setByteOrder(QDataStream::LittleEndian);
+    stream.writeRawData(file.magic, sizeof file.magic);
+    stream << file.fileSize << file.reserved1 << file.reserved2 << file.dataOffset;
+    return stream.status() == QDataStream::Ok;
+}
+
+bool writeInfoHeader(QDataStream &stream, const HrleInfoHeader &info)
+{
+    stream.setByteOrder(QDataStream::LittleEndian);
+    stream << info.informationHeaderSize << info.width << info.height << info.planes;
+    stream << info.bitsPerPixel << info.compression << info.imageSize;
+    stream << info.dotsPerMeterX << info.dotsPerMeterY << info.colorsUsed << info.colorsImportant;
+    return stream.status() == QDataStream::Ok;
+}
+
+const char *headerFault(const HrleFileHeader &file, const HrleInfoHeader &info)
+{
+    if (file.magic[0] != 'B' || file.magic[1] != 'M')
+        return "it does not begin with the letters BM";
+    if (info.planes != 1)
+        return "the header's number of planes is not 1";
+    if (!isBitmapDepth(info.bitsPerPixel))
+        return "the header's number of bits per pixel is not a valid one";
+    if (info.width < 1)
+        return "the header's width is below 1";
+    if (info.height == 0 || info.height == std::numeric_limits<qint32>::min())
+        return "the header's height is not a valid one";
+    if (rowCount(info) * info.width > kMostPixels)
+        return "the header claims more than 1073741824 pixels";
+    return nullptr;
+}
+
+} // namespace vellum::io
