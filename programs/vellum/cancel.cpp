@@ -59,6 +59,6 @@ void NoForcedEnd::setUnfinishedFile(const QString &temporaryName, const QString 
     state().name = name;
 }
 
-void NoForcedEnd::forever() { m_lock.release(); }
+void NoForcedEnd::untilTheEnd() { m_lock.release(); }
 
 } // namespace vellum::tool

@@ -35,7 +35,7 @@ public:
     void setUnfinishedFile(const QString &temporaryName, const QString &name);
 
     /// From now on main() decides how the process ends.
-    void forever();
+    void untilTheEnd();
 
 private:
     std::unique_lock<std::mutex> m_lock;

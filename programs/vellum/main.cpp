@@ -45,7 +45,7 @@ int runCommand(int argc, char **argv)
 
 int endWith(const Failure &failure)
 {
-    NoForcedEnd().forever();
+    NoForcedEnd().untilTheEnd();
     printError(failure);
     return failure.code;
 }
@@ -59,7 +59,7 @@ int main(int argc, char **argv)
     const QCoreApplication qt(argc, argv);
     try {
         const int code = runCommand(argc, argv);
-        NoForcedEnd().forever();
+        NoForcedEnd().untilTheEnd();
         return code;
     } catch (const Failure &failure) {
         return endWith(failure);

@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "platform.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QTemporaryFile>
 
