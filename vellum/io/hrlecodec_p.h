@@ -3,6 +3,7 @@
 
 #include <vellum/image/attachments.h>
 
+#include <QtEndian>
 #include <QtGlobal>
 
 #include <array>
@@ -78,7 +79,7 @@ public:
     {
         if (m_end - m_at < 4 && !refill())
             return false;
-        word = wordAt(m_buffer.data() + m_at);
+        word = qFromLittleEndian<quint32>(m_buffer.data() + m_at);
         m_at += 4;
         return true;
     }
@@ -87,10 +88,6 @@ public:
     void skipRest();
 
 private:
-    static quint32 wordAt(const uchar *p)
-    {
-        return p[0] | quint32(p[1]) << 8 | quint32(p[2]) << 16 | quint32(p[3]) << 24;
-    }
     bool refill();
 
     std::array<uchar, 16384> m_buffer;

@@ -32,7 +32,8 @@ public:
     bool readFile(Vellum &image, const QString &fileName);
 
     /// Makes \a image a plain Grayscale8 image of the file that begins at the current position of
-    /// \a stream, with its resolution; the ICC profile and callback of \a image are kept.
+    /// \a stream, with its resolution (0 leaves QImage's default); the ICC profile and callback of
+    /// \a image are kept.
     ///
     /// A file that ends too soon is no failure: the pixels that it lacks are zero. So are those
     /// that broken run-length data does not describe, and all pixels under an unknown compression.
