@@ -8,8 +8,10 @@
 #include <CLI/CLI.hpp>
 
 #include <functional>
-#include <map>
+#include <initializer_list>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace vellum::tool {
 
@@ -31,29 +33,44 @@ inline void addVerboseOption(CLI::App &command)
         "Show what is done, and what the libraries say");
 }
 
+/// Adds an option whose value is one of \a names. Written out in the help as "auto|plain|big".
+template <typename Value>
+void addChoice(CLI::App &command, const std::string &option, Value &value,
+               std::initializer_list<std::pair<const char *, Value>> names,
+               const std::string &description)
+{
+    std::string choices;
+    for (const auto &name : names)
+        choices += (choices.empty() ? "" : "|") + std::string(name.first);
+    const std::vector<std::pair<const char *, Value>> known(names);
+    const auto choose = [&value, known, option, choices](const std::string &text) {
+        for (const auto &[name, meaning] : known) {
+            if (text == name) {
+                value = meaning;
+                return;
+            }
+        }
+        throw CLI::ValidationError(option, "'" + text + "' is none of " + choices);
+    };
+    command.add_option_function<std::string>(option, choose, description)->type_name(choices);
+}
+
 inline void addStorageOption(CLI::App &command, Storage &storage)
 {
-    static const std::map<std::string, Storage> names {
-        {"auto", Storage::Auto}, {"plain", Storage::Plain}, {"big", Storage::Big}};
-    command
-        .add_option("--storage", storage,
-                    "Where the pixels live: plain (one buffer), big (many blocks), or\n"
-                    "auto: big from 1 GiB of pixels (the default)")
-        ->transform(CLI::CheckedTransformer(names))
-        ->type_name("auto|plain|big");
+    addChoice(command, "--storage", storage,
+              {{"auto", Storage::Auto}, {"plain", Storage::Plain}, {"big", Storage::Big}},
+              "Where the pixels live: plain (one buffer), big (many blocks), or\n"
+              "auto: big from 1 GiB of pixels (the default)");
 }
 
 inline void addProgressOption(CLI::App &command, Progress::Mode &mode)
 {
     using Mode = Progress::Mode;
-    static const std::map<std::string, Mode> names {
-        {"auto", Mode::Auto}, {"bar", Mode::Bar}, {"json", Mode::Json}, {"none", Mode::None}};
-    command
-        .add_option("--progress", mode,
-                    "bar (on standard error), json (one object per line on standard\n"
-                    "output), none, or auto: bar on a terminal, else none (the default)")
-        ->transform(CLI::CheckedTransformer(names))
-        ->type_name("auto|bar|json|none");
+    addChoice(
+        command, "--progress", mode,
+        {{"auto", Mode::Auto}, {"bar", Mode::Bar}, {"json", Mode::Json}, {"none", Mode::None}},
+        "bar (on standard error), json (one object per line on standard\n"
+        "output), none, or auto: bar on a terminal, else none (the default)");
 }
 
 /// A file name as it came from the command line.

@@ -84,6 +84,7 @@ void writeHrle(Vellum &picture, Progress &progress, OutputFile &output)
 
 void writeOther(const Vellum &picture, const QByteArray &kind, OutputFile &output)
 {
+    const WarningLog log;
     QImageWriter writer(output.device(), kind);
     if (!writer.write(picture))
         output.fail(writer.errorString());

@@ -25,7 +25,7 @@ int runCommand(int argc, char **argv)
 {
     CLI::App app("Very large pictures: look at them, convert them.", "vellum");
     app.set_version_flag("--version", "vellum " VELLUM_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1); // that one is needed is said below, in plainer words
     app.footer("Example:\n"
                "  vellum convert photo.jpg photo.hrle\n\n"
                "Exit codes: 0 done, 1 wrong usage, 2 an input cannot be read,\n"
@@ -40,7 +40,7 @@ int runCommand(int argc, char **argv)
         if (command.options->parsed())
             return command.run();
     }
-    return UsageError;
+    throw Failure(UsageError, {}, QStringLiteral("no command given (see vellum --help)"));
 }
 
 int endWith(const Failure &failure)

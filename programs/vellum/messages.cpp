@@ -1,6 +1,7 @@
 #include "messages.h"
 
 #include "failure.h"
+#include "platform.h"
 
 #include <QStringList>
 
@@ -25,8 +26,9 @@ thread_local QStringList *collectedWarnings = nullptr;
 
 void write(const QByteArray &text)
 {
-    std::fwrite(text.constData(), 1, size_t(text.size()), stderr);
-    std::fflush(stderr);
+    std::FILE *const stream = platform::errorStream();
+    std::fwrite(text.constData(), 1, size_t(text.size()), stream);
+    std::fflush(stream);
 }
 
 void removeShownStatus()
@@ -98,7 +100,12 @@ void removeStatus()
     removeShownStatus();
 }
 
-WarningLog::WarningLog() { collectedWarnings = &m_warnings; }
+WarningLog::WarningLog()
+{
+    collectedWarnings = &m_warnings;
+    if (!verbose)
+        m_silence.emplace();
+}
 
 WarningLog::~WarningLog() { collectedWarnings = nullptr; }
 

@@ -1,9 +1,13 @@
 // The one place that writes to standard error.
 #pragma once
 
+#include "platform.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 namespace vellum::tool {
 
@@ -28,7 +32,8 @@ void showStatus(const QByteArray &line);
 void keepStatus(); ///< Leaves the status where it is; what follows is written below it.
 void removeStatus();
 
-/// Collects the warnings that Qt's decoders give on this thread while it lives.
+/// Collects the warnings that Qt's decoders and encoders give on this thread while it lives, and
+/// throws away what they print past Qt unless \c -v was given.
 class WarningLog
 {
     Q_DISABLE_COPY(WarningLog)
@@ -40,6 +45,7 @@ public:
 
 private:
     QStringList m_warnings;
+    std::optional<platform::Silence> m_silence;
 };
 
 } // namespace vellum::tool

@@ -15,6 +15,23 @@ void watchSignals(void (*onSignal)());
 
 bool isTerminal(std::FILE *file);
 
+/// A stream of our own to standard error, which Silence does not close.
+std::FILE *errorStream();
+
+/// Throws away what anybody prints to standard error while it lives, except through errorStream():
+/// some decoders print there, past all handlers.
+class Silence
+{
+    Q_DISABLE_COPY(Silence)
+
+public:
+    Silence();
+    ~Silence();
+
+private:
+    int m_standardError = -1; // a file descriptor
+};
+
 /// The permissions that a new file gets.
 QFile::Permissions newFilePermissions();
 

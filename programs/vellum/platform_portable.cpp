@@ -38,6 +38,12 @@ void watchSignals(void (*onSignal)())
 
 bool isTerminal(std::FILE *) { return false; }
 
+std::FILE *errorStream() { return stderr; }
+
+Silence::Silence() = default;
+
+Silence::~Silence() = default;
+
 QFile::Permissions newFilePermissions()
 {
     return QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser |

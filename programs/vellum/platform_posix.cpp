@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -38,6 +39,38 @@ void watchSignals(void (*onSignal)())
         while (sigwait(&signals, &number) == 0)
             onSignal();
     }).detach();
+}
+
+std::FILE *errorStream()
+{
+    static std::FILE *const stream = [] {
+        const int copy = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        std::FILE *const opened = copy < 0 ? nullptr : fdopen(copy, "w");
+        return opened ? opened : stderr;
+    }();
+    return stream;
+}
+
+Silence::Silence()
+{
+    errorStream(); // before it is too late
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere < 0)
+        return;
+    std::fflush(stderr);
+    m_standardError = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (m_standardError >= 0)
+        dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+}
+
+Silence::~Silence()
+{
+    if (m_standardError < 0)
+        return;
+    std::fflush(stderr);
+    dup2(m_standardError, STDERR_FILENO);
+    close(m_standardError);
 }
 
 bool isTerminal(std::FILE *file) { return isatty(fileno(file)) != 0; }

@@ -81,6 +81,7 @@ void PictureReader::openOther()
     if (isCutShort(*m_file))
         fail(QStringLiteral("the file is damaged or cut short"));
 
+    const WarningLog log;
     m_reader = std::make_unique<QImageReader>(m_file.get());
     m_reader->setAutoTransform(true);
     if (!m_reader->canRead())
