@@ -17,8 +17,8 @@ struct State
 {
     std::atomic<bool> requested {false};
     std::mutex mutex; // guards what follows
-    QString temporaryName;
-    QString name;
+    QString unfinished;
+    QString current;
 };
 
 // Never destroyed: the thread that listens lives longer than main().
@@ -35,9 +35,9 @@ void requestCancel()
     std::this_thread::sleep_for(kGracePeriod);
 
     const std::lock_guard lock(s.mutex);
-    if (!s.temporaryName.isEmpty())
-        QFile::remove(s.temporaryName);
-    printError(cancelled(s.name));
+    if (!s.unfinished.isEmpty())
+        QFile::remove(s.unfinished);
+    printError(cancelled(s.current));
     std::_Exit(WasCancelled);
 }
 
@@ -53,11 +53,9 @@ const std::atomic<bool> &cancelFlag() { return state().requested; }
 
 NoForcedEnd::NoForcedEnd() : m_lock(state().mutex) { }
 
-void NoForcedEnd::setUnfinishedFile(const QString &temporaryName, const QString &name)
-{
-    state().temporaryName = temporaryName;
-    state().name = name;
-}
+void NoForcedEnd::setUnfinishedFile(const QString &fileName) { state().unfinished = fileName; }
+
+void NoForcedEnd::setCurrentFile(const QString &fileName) { state().current = fileName; }
 
 void NoForcedEnd::untilTheEnd() { m_lock.release(); }
 

@@ -30,9 +30,11 @@ class NoForcedEnd
 public:
     NoForcedEnd();
 
-    /// The file that is to be removed if it comes to that, and the name that the user gave to it;
-    /// empty strings when there is none.
-    void setUnfinishedFile(const QString &temporaryName, const QString &name);
+    /// The file that is to be removed if it comes to that; an empty string when there is none.
+    void setUnfinishedFile(const QString &fileName);
+
+    /// The file that the message is to name.
+    void setCurrentFile(const QString &fileName);
 
     /// From now on main() decides how the process ends.
     void untilTheEnd();

@@ -29,7 +29,7 @@ struct Failure
     QString reason; ///< one phrase, without a full stop
 };
 
-/// The user has asked to stop while \a file was being written.
+/// The user has asked to stop while \a file was being worked on.
 inline Failure cancelled(const QString &file) { return {WasCancelled, file, "cancelled"}; }
 
 } // namespace vellum::tool

@@ -89,14 +89,14 @@ OutputFile::OutputFile(const QString &fileName)
         throw Failure(OutputError, fileName,
                       QLatin1String("cannot be written: ") + m_device->errorString());
     }
-    guard.setUnfinishedFile(m_device->fileName(), m_fileName);
+    guard.setUnfinishedFile(m_device->fileName());
 }
 
 OutputFile::~OutputFile()
 {
     NoForcedEnd guard;
     m_device.reset(); // removes the file unless it was renamed
-    guard.setUnfinishedFile({}, {});
+    guard.setUnfinishedFile({});
 }
 
 QIODevice *OutputFile::device() { return m_device.get(); }
@@ -123,7 +123,7 @@ void OutputFile::commit()
     if (!error.isEmpty())
         fail(error);
     m_device->setAutoRemove(false);
-    guard.setUnfinishedFile({}, m_fileName);
+    guard.setUnfinishedFile({});
 }
 
 } // namespace vellum::tool

@@ -15,8 +15,8 @@ namespace vellum::tool {
 
 namespace {
 
-// With the one at the end, which is always shown, never more than ten in a second.
-constexpr qint64 kMillisecondsBetweenUpdates = 125;
+// Five in a second, to which a few stages and the end come, and so never more than ten.
+constexpr qint64 kMillisecondsBetweenUpdates = 200;
 constexpr int kBarWidth = 30;
 constexpr int kNameWidth = 24;
 
@@ -70,10 +70,7 @@ void Progress::begin(const char *name, int from, int to)
     m_stage = name;
     m_from = from;
     m_to = to;
-    if (m_shownPercent < 0)
-        show(from);
-    else
-        report(from);
+    show(from);
 }
 
 void Progress::report(int percent)

@@ -30,7 +30,8 @@ public:
     Progress(Mode mode, const QString &name);
     ~Progress(); ///< Removes a bar that did not get to the end.
 
-    /// Begins the stage \a name, in percent of the whole. The first is shown at once.
+    /// Begins the stage \a name, in percent of the whole. Shown at once: some stages cannot
+    /// tell how far they are.
     void begin(const char *name, int from, int to);
 
     /// \a percent of the whole is done.

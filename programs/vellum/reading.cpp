@@ -50,6 +50,7 @@ protected:
 
 PictureReader::PictureReader(const QString &fileName) : m_fileName(fileName)
 {
+    NoForcedEnd().setCurrentFile(fileName);
     if (isHrleName(fileName))
         openHrle();
     else
