@@ -4,16 +4,15 @@
 
 #include <QElapsedTimer>
 
-#include <fcntl.h>
-#include <pty.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fcntl.h>
+#include <pty.h>
 #include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace vellum::test;
 
@@ -32,10 +31,11 @@ protected:
     void cancelIn(const QString &in, const QByteArray &stage)
     {
         const QStringList before = folder.names();
-        RunningTool tool({"convert", "--progress", "json", "--storage", "big", in,
-                          folder.path("out.png")});
+        RunningTool tool(
+            {"convert", "--progress", "json", "--storage", "big", in, folder.path("out.png")});
         ASSERT_TRUE(tool.waitForOutput('"' + stage + '"'));
-        EXPECT_EQ(folder.names().size(), before.size() + 1) << "no temporary file beside the target";
+        EXPECT_EQ(folder.names().size(), before.size() + 1)
+            << "no temporary file beside the target";
 
         QElapsedTimer clock;
         clock.start();

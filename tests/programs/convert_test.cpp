@@ -1,8 +1,6 @@
 // vellum convert, when all goes well.
 
 #include "tool.h"
-
-#include <support/images.h>
 #include <vellum/vellum.h>
 
 #include <QFile>
@@ -11,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <support/images.h>
 #include <tuple>
 
 using namespace vellum::test;
@@ -109,8 +108,8 @@ TEST(Convert, MaskIsWrittenAsRuns)
 TEST(Convert, PaddingOfRawRowsIsZero)
 {
     const Folder folder;
-    const QString in = folder.write(
-        "in.png", encoded(photoLike(5, 3, QImage::Format_Grayscale8), "png"));
+    const QString in =
+        folder.write("in.png", encoded(photoLike(5, 3, QImage::Format_Grayscale8), "png"));
 
     convert({in, folder.path("a.hrle")});
 
@@ -222,8 +221,8 @@ TEST(Convert, SymbolicLinkStaysAndItsFileIsReplaced)
 TEST(Convert, NamesMayHoldAnything)
 {
     const Folder folder;
-    const QString in = folder.write(QStringLiteral("-ä\n\" 1.png"),
-                                    encoded(photoLike(67, 41), "png"));
+    const QString in =
+        folder.write(QStringLiteral("-ä\n\" 1.png"), encoded(photoLike(67, 41), "png"));
 
     convert({in, folder.path(QStringLiteral("ü %1.hrle"))});
 
@@ -235,8 +234,8 @@ TEST(Progress, JsonLinesGoFromNothingToAll)
     const Folder folder;
     const QString in = folder.writeGreymap("in.pgm", 6000, 6000);
 
-    const ToolResult result
-        = runTool({"convert", "--progress", "json", "--storage", "big", in, folder.path("a.hrle")});
+    const ToolResult result =
+        runTool({"convert", "--progress", "json", "--storage", "big", in, folder.path("a.hrle")});
 
     ASSERT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
@@ -255,8 +254,8 @@ TEST(Progress, TellsAtMostTenTimesASecond)
     const Folder folder;
     const QString in = folder.writeGreymap("in.pgm", 12000, 12000);
 
-    const auto lines
-        = jsonLines(runTool({"convert", "--progress", "json", in, folder.path("a.png")}).out);
+    const auto lines =
+        jsonLines(runTool({"convert", "--progress", "json", in, folder.path("a.png")}).out);
 
     ASSERT_FALSE(lines.empty());
     for (size_t i = 10; i < lines.size(); ++i) {
@@ -278,8 +277,7 @@ TEST(Progress, BarIsOnStandardError)
     const Folder folder;
     const QString in = folder.write("in.png", encoded(photoLike(67, 41), "png"));
 
-    const ToolResult result
-        = runTool({"convert", "--progress", "bar", in, folder.path("a.hrle")});
+    const ToolResult result = runTool({"convert", "--progress", "bar", in, folder.path("a.hrle")});
 
     EXPECT_EQ(result.out, "");
     EXPECT_TRUE(result.err.contains("in.png"));
@@ -293,8 +291,8 @@ TEST(Progress, ClosedPipeDoesNotStopTheWork)
     const Folder folder;
     const QString in = folder.write("in.png", encoded(photoLike(67, 41), "png"));
 
-    const ToolResult result = runToolAfter(
-        "exec >&-", {"convert", "--progress", "json", in, folder.path("a.hrle")});
+    const ToolResult result =
+        runToolAfter("exec >&-", {"convert", "--progress", "json", in, folder.path("a.hrle")});
 
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(folder.names(), QStringList({"a.hrle", "in.png"}));

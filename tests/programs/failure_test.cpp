@@ -1,16 +1,14 @@
 // How the vellum program fails: exit codes, one line that says why, nothing left behind.
 
 #include "tool.h"
-
 #include <vellum/vellum.h>
 
 #include <QDir>
 
-#include <sys/stat.h>
-
 #include <gtest/gtest.h>
 
 #include <string>
+#include <sys/stat.h>
 #include <tuple>
 
 using namespace vellum::test;
@@ -38,8 +36,8 @@ protected:
             for (const char *storage : {"plain", "big"}) {
                 SCOPED_TRACE(std::string(kind) + " " + storage);
                 const QString out = QStringLiteral("out.") + QLatin1String(kind);
-                const ToolResult result = runToolAfter(
-                    setUp, {"convert", "--storage", storage, in, folder.path(out)});
+                const ToolResult result =
+                    runToolAfter(setUp, {"convert", "--storage", storage, in, folder.path(out)});
 
                 EXPECT_EQ(result.exitCode, exitCode);
                 EXPECT_EQ(result.out, "");
@@ -81,14 +79,14 @@ TEST_P(Usage, WrongOneExitsWithOneAndOneLine)
     EXPECT_TRUE(isOneErrorLine(result.err, "--help"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Lines, Usage,
-                         testing::Values(QStringList {}, QStringList {"paint"},
-                                         QStringList {"--paint"}, QStringList {"info"},
-                                         QStringList {"convert"}, QStringList {"convert", "a.png"},
-                                         QStringList {"convert", "a.png", "b.png", "c.png"},
-                                         QStringList {"convert", "--storage", "2", "a.png", "b.png"},
-                                         QStringList {"convert", "--progress", "no", "a", "b"},
-                                         QStringList {"info", "--nosuch", "a.png"}));
+INSTANTIATE_TEST_SUITE_P(
+    Lines, Usage,
+    testing::Values(QStringList {}, QStringList {"paint"}, QStringList {"--paint"},
+                    QStringList {"info"}, QStringList {"convert"}, QStringList {"convert", "a.png"},
+                    QStringList {"convert", "a.png", "b.png", "c.png"},
+                    QStringList {"convert", "--storage", "2", "a.png", "b.png"},
+                    QStringList {"convert", "--progress", "no", "a", "b"},
+                    QStringList {"info", "--nosuch", "a.png"}));
 
 TEST_F(Input, ThatIsMissing) { expectFailure(folder.path("missing.png"), 2, "missing.png: "); }
 
@@ -168,7 +166,10 @@ TEST_F(Output, InAFolderThatDoesNotExist)
 
 TEST_F(Output, BelowARegularFile) { expectRefused(folder.path("in.png/out.hrle"), 3); }
 
-TEST_F(Output, InAFolderWhereNobodyMayWrite) { expectRefused("/proc/out.hrle", 3, "/proc/out.hrle"); }
+TEST_F(Output, InAFolderWhereNobodyMayWrite)
+{
+    expectRefused("/proc/out.hrle", 3, "/proc/out.hrle");
+}
 
 TEST_F(Output, ThatIsAFolder)
 {

@@ -1,7 +1,6 @@
 // vellum info
 
 #include "tool.h"
-
 #include <vellum/vellum.h>
 
 #include <QJsonArray>
@@ -173,8 +172,8 @@ TEST(Info, JsonNamesTheFileThatCannotBeRead)
 TEST(Info, DamagedHrleFileIsAnError)
 {
     const Folder folder;
-    ASSERT_TRUE(HrleHandler().writeFile(folder.path("a.hrle"), Vellum(photoLike(67, 41,
-                                                              QImage::Format_Grayscale8))));
+    ASSERT_TRUE(HrleHandler().writeFile(folder.path("a.hrle"),
+                                        Vellum(photoLike(67, 41, QImage::Format_Grayscale8))));
     const QString cut = folder.write("cut.hrle", folder.read("a.hrle").chopped(1));
 
     const ToolResult result = runTool({"info", cut});

@@ -54,8 +54,8 @@ void RunningTool::sendSignal(int number) { ::kill(pid_t(m_process.processId()), 
 ToolResult RunningTool::finish()
 {
     m_process.waitForFinished(kPatience);
-    const bool exited = m_process.exitStatus() == QProcess::NormalExit &&
-        m_process.state() == QProcess::NotRunning;
+    const bool exited =
+        m_process.exitStatus() == QProcess::NormalExit && m_process.state() == QProcess::NotRunning;
     return {exited ? m_process.exitCode() : -1, m_out + m_process.readAllStandardOutput(),
             m_process.readAllStandardError()};
 }
@@ -69,8 +69,8 @@ ToolResult runToolAfter(const QString &setUp, const QStringList &arguments)
 
 testing::AssertionResult isOneErrorLine(const QByteArray &text, const QString &word)
 {
-    const bool good = text.startsWith("vellum: ") && text.count('\n') == 1 &&
-        text.endsWith('\n') && QString::fromLocal8Bit(text).contains(word);
+    const bool good = text.startsWith("vellum: ") && text.count('\n') == 1 && text.endsWith('\n') &&
+        QString::fromLocal8Bit(text).contains(word);
     if (good)
         return testing::AssertionSuccess();
     return testing::AssertionFailure() << "\"" << text.constData() << "\"";

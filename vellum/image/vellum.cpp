@@ -11,7 +11,7 @@ using vellum::image::shareData;
 // The row store is an incomplete type in the header: its holders are made and destroyed here.
 Vellum::Vellum() = default;
 
-Vellum::Vellum(const Vellum &other) : QImage() // NOLINT(bugprone-copy-constructor-init)
+Vellum::Vellum(const Vellum &other) : QImage() // NOLINT(*-init): the assignment shares the base
 {
     *this = other;
 }
@@ -35,7 +35,10 @@ Vellum::~Vellum()
 }
 
 // Attachments are forgotten, not released: callers keep using records they got from the image.
-Vellum &Vellum::operator=(const Vellum &other)
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the new reference is taken before the old
+// goes
+// Safe for self-assignment: the new reference is taken before the old one goes.
+Vellum &Vellum::operator=(const Vellum &other) // NOLINT(bugprone-unhandled-self-assignment)
 {
     QImageData *const data = shareData(other);
     releaseData(data_ptr());

@@ -96,7 +96,7 @@ QList<Vellum *> Vellum::getChannelsImage(bool to8Bit, bool freeData)
             auto *const image =
                 new Vellum(width(), height(), wide ? Format_Grayscale16 : Format_Grayscale8);
             images.append(image);
-            const uchar *const samples = m_channelsData + c * bytes + highByte;
+            const uchar *const samples = m_channelsData + qptrdiff(c) * bytes + highByte;
             for (int y = 0; y < image->height(); ++y) {
                 extract(image->scanLineEx(y), samples + y * stride,
                         qptrdiff(m_channelCount) * bytes, width());
@@ -108,4 +108,5 @@ QList<Vellum *> Vellum::getChannelsImage(bool to8Bit, bool freeData)
     return images;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface is fixed
 bool Vellum::setChannelsImage(QList<Vellum *>) { return false; }

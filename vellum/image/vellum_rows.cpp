@@ -1,5 +1,6 @@
 // Row-block store, row access and filling.
 
+#include <vellum/image/fillbytes_p.h>
 #include <vellum/image/imagedata_p.h>
 #include <vellum/image/reservation_p.h>
 #include <vellum/image/rowstore_p.h>
@@ -8,7 +9,6 @@
 #include <QColor>
 #include <QDebug>
 
-#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -26,6 +26,9 @@ struct Reserved
     size_t bytes;
     uchar *memory;
 };
+
+/// From this size on an image does not stay in the caches anyway.
+constexpr qint64 kStreamFrom = 32 << 20;
 
 } // namespace
 
@@ -115,7 +118,7 @@ bool Vellum::createBig(Vellum &image, int w, int h, QImage::Format format)
     Vellum big(reserved->memory, w, h, format, Reserved::destroy, reserved.get());
     if (big.isNull())
         return replacePixels(image, Vellum());
-    reserved.release(); // the image data destroys it from now on
+    static_cast<void>(reserved.release()); // the image data destroys it from now on
     big.alloc_buffer(nominal.bytesPerLine, h); // leaves a null image on failure
     return replacePixels(image, big);
 }
@@ -130,32 +133,30 @@ Vellum Vellum::createImage(uint fill) const
 
 void Vellum::fill(uint pixel)
 {
+    using namespace vellum::image;
     const int bytesPerPixel = depth() / 8;
     const auto lowByte = uchar(pixel);
     // Below 8 bits a pixel has no bytes of its own; its format's two plain colours fill bytes.
-    if (bytesPerPixel <= 1 || pixel == lowByte * 0x01010101U) {
-        if (m_rowBlocks) {
-            for (int i = 0; i < m_rowBlocks->blockCount; ++i) {
-                if (uchar *const block = m_rowBlocks->blocks[i])
-                    std::memset(block, lowByte, m_rowBlocks->blockBytes());
-            }
-        } else if (uchar *const pixels = bits()) {
-            std::memset(pixels, lowByte, size_t(sizeInBytes()));
-        }
-        return;
-    }
+    const bool byBytes = bytesPerPixel <= 1 || pixel == lowByte * 0x01010101U;
+    // A 64-bit pixel holds the 32-bit value twice.
+    const int period = byBytes ? 1 : qMin(bytesPerPixel, 4);
+    Pattern pattern;
+    for (int i = 0; i < kPatternBytes; ++i)
+        pattern[i] = uchar(pixel >> 8 * (i % period));
+    const auto write = sizeInBytes() < kStreamFrom ? fillCached : fillStreaming;
 
-    const auto row = std::make_unique<uchar[]>(size_t(bytesPerLine()));
-    const uchar bytes[4] = {lowByte, uchar(pixel >> 8), uchar(pixel >> 16), uchar(pixel >> 24)};
-    const qptrdiff end = qptrdiff(width()) * bytesPerPixel;
-    // The value of a 64-bit pixel is twice the 32 bits.
-    const int period = qMin(bytesPerPixel, 4);
-    for (qptrdiff i = 0; i < end; ++i)
-        row[size_t(i)] = bytes[i % period];
-    const auto count = size_t(storedBytesPerLine());
-    for (int y = 0; y < height(); ++y) {
-        if (uchar *const out = scanLineEx(y))
-            std::memcpy(out, row.get(), count);
+    if (!byBytes) {
+        for (int y = 0; y < height(); ++y) {
+            if (uchar *const row = scanLineEx(y))
+                write(row, size_t(storedBytesPerLine()), pattern);
+        }
+    } else if (m_rowBlocks) {
+        for (int i = 0; i < m_rowBlocks->blockCount; ++i) {
+            if (uchar *const block = m_rowBlocks->blocks[i])
+                write(block, m_rowBlocks->blockBytes(), pattern);
+        }
+    } else if (uchar *const pixels = bits()) {
+        write(pixels, size_t(sizeInBytes()), pattern);
     }
 }
 
