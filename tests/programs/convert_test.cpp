@@ -58,8 +58,8 @@ INSTANTIATE_TEST_SUITE_P(
                                      QImage::Format_RGB32, QImage::Format_ARGB32,
                                      QImage::Format_Grayscale8, QImage::Format_RGBA64),
                      testing::Values("plain", "big")),
-    [](const auto &info) {
-        return "Format" + std::to_string(std::get<0>(info.param)) + std::get<1>(info.param);
+    [](const auto &format) {
+        return "Format" + std::to_string(std::get<0>(format.param)) + std::get<1>(format.param);
     });
 
 TEST(Convert, StorageDoesNotChangeTheFile)
