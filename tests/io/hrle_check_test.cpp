@@ -213,6 +213,29 @@ TEST(HrleChecking, DataThatEndsInsideARowIsDamaged)
     EXPECT_TRUE(has(check(runLengthFile(6, 5, data)), HrleCheck::Complete));
 }
 
+TEST(HrleChecking, DataBehindTheLastRowIsDamaged)
+{
+    const QByteArray data = run(8, 1) + endRow(5);
+    for (const QByteArray &more :
+         {QByteArray("a"), QByteArray("abc"), run(8, 1), run(3, 0), le32(0), endRow(0), endRow(1),
+          run(8, 1) + endRow(1), run(8, 1) + le32(0)})
+        EXPECT_TRUE(has(check(runLengthFile(6, 5, data + more)), HrleCheck::Damaged));
+}
+
+// A seek behind the end of a writable buffer would enlarge it.
+TEST(HrleChecking, NothingIsWritten)
+{
+    HrleFields fields(6, 5, 1);
+    fields.infoSize = 1000;
+    QByteArray file = fields.bytes() + "abcd";
+    QBuffer buffer(&file);
+    buffer.open(QIODevice::ReadWrite);
+
+    EXPECT_TRUE(has(checkHrle(buffer), HrleCheck::Damaged));
+
+    EXPECT_EQ(file, fields.bytes() + "abcd");
+}
+
 TEST(HrleChecking, CountMustBeThatOfTheBytes)
 {
     const QByteArray data = run(8, 1) + endRow(5);

@@ -432,9 +432,9 @@ TEST_F(HrleRead, CallbackMayKeepACopyOfTheImage)
 
 TEST_F(HrleRead, ReadingBeginsAtThePositionOfTheStreamAndEndsBehindTheData)
 {
-    const QByteArray data = run(4, 7) + endRow(1);
-    // Behind the last row is a word that must be passed over.
-    QByteArray bytes = "junk" + runLengthFile(4, 1, data + run(4, 1)) + rawFile(4, {"abcd"}) + "!";
+    // Behind the last row are words that must be passed over, more than are read at a time.
+    const QByteArray data = run(4, 7) + endRow(1) + QByteArray(70001, '\1');
+    QByteArray bytes = "junk" + runLengthFile(4, 1, data) + rawFile(4, {"abcd"}) + "!";
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     buffer.seek(4);
@@ -478,6 +478,17 @@ TEST_F(HrleRead, StreamWithoutReadableDeviceFails)
     writeOnly.open(QIODevice::WriteOnly);
     EXPECT_FALSE(read(writeOnly, image));
     EXPECT_TRUE(image.isNull());
+}
+
+TEST_F(HrleRead, StreamThatHasFailedBeforeFails)
+{
+    QByteArray bytes = rawFile(4, {"abcd"});
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QDataStream stream(&buffer);
+    stream.setStatus(QDataStream::ReadCorruptData);
+    Vellum image;
+    EXPECT_FALSE(HrleHandler().readStream(stream, image));
 }
 
 TEST_F(HrleRead, FileIsReadAsAStreamIs)

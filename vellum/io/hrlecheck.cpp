@@ -111,8 +111,6 @@ HrleCheck checkHrle(QIODevice &device)
         return failure(HrleCheck::NotHrle, QStringLiteral("it ends inside the header"));
     if (const char *const fault = headerFault(file, info))
         return failure(HrleCheck::NotHrle, QString::fromLatin1(fault));
-    if (info.bitsPerPixel != kSupportedDepth)
-        return failure(HrleCheck::NotHrle, QStringLiteral("its depth is not 8 bits per pixel"));
 
     HrleCheck check;
     check.width = info.width;

@@ -101,7 +101,7 @@ bool HrleHandler::readHeader(QDataStream &stream)
 bool HrleHandler::readBody(QDataStream &stream, Vellum &image) const
 {
     QIODevice &device = *stream.device();
-    if (device.atEnd() || m_infoHeader.bitsPerPixel != kSupportedDepth)
+    if (device.atEnd())
         return false;
     // Seeking behind the end is a way to enlarge some devices.
     const qint64 start = m_headerStart + dataStart(m_infoHeader);

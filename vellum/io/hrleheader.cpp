@@ -8,19 +8,6 @@
 
 namespace vellum::io {
 
-namespace {
-
-bool isBitmapDepth(int bitsPerPixel)
-{
-    for (const int depth : {1, 4, 8, 16, 24, 32}) {
-        if (bitsPerPixel == depth)
-            return true;
-    }
-    return false;
-}
-
-} // namespace
-
 bool readHeaders(QDataStream &stream, HrleFileHeader &file, HrleInfoHeader &info)
 {
     stream.setByteOrder(QDataStream::LittleEndian);
@@ -73,8 +60,8 @@ const char *headerFault(const HrleFileHeader &file, const HrleInfoHeader &info)
         return "it does not begin with the letters BM";
     if (info.planes != 1)
         return "the header's number of planes is not 1";
-    if (!isBitmapDepth(info.bitsPerPixel))
-        return "the header's number of bits per pixel is not a valid one";
+    if (info.bitsPerPixel != kSupportedDepth)
+        return "its depth is not 8 bits per pixel";
     if (info.width < 1)
         return "the header's width is below 1";
     if (info.height == 0 || info.height == std::numeric_limits<qint32>::min())

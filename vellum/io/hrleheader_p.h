@@ -43,9 +43,7 @@ constexpr qint64 rowBytes(const HrleInfoHeader &info) { return (qint64(info.widt
 /// soon.
 [[nodiscard]] std::optional<quint32> readCount(QIODevice &device);
 
-/// Why an HRLE file cannot have these headers, as a clause for a person; null when it can.
-///
-/// Whether the depth is one that we read is the next question: other depths of a bitmap pass.
+/// Why a file with these headers is none that we read, as a clause for a person; null when it is.
 [[nodiscard]] const char *headerFault(const HrleFileHeader &file, const HrleInfoHeader &info);
 
 } // namespace vellum::io
