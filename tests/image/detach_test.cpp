@@ -1,8 +1,8 @@
 // Raw rows between beginDetach() and endDetach().
 
 #include <cstring>
-#include <utility>
 #include <support/images.h>
+#include <utility>
 
 using namespace vellum::test;
 

@@ -1,6 +1,6 @@
 #include <limits>
-#include <utility>
 #include <support/images.h>
+#include <utility>
 #include <vector>
 
 using namespace vellum::test;
