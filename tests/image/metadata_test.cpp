@@ -366,6 +366,26 @@ TEST(Metadata, CopiesOfAPartedImageShareItsMetadata)
     EXPECT_TRUE(image.isDetached() || image.textKeys().isEmpty());
 }
 
+// A big image whose base is a plain image's pixels, as an assignment leaves it, must not give them
+// away with metadata of its own.
+TEST(Metadata, PixelsUnderAPartedImageStayThoseOfTheOthers)
+{
+    Vellum image = bigImage();
+    const Vellum copy = image;
+    QImage plain(13, 17, QImage::Format_Grayscale8);
+    plain.fill(1U);
+    image = plain;
+    ASSERT_TRUE(image.isBigImage());
+    image.setText("key", "value");
+
+    QImage shown = image.toImage();
+    image = Vellum();
+    shown.fill(9U);
+
+    EXPECT_EQ(plain.constScanLine(3)[4], 1);
+    EXPECT_EQ(shown.constScanLine(3)[4], 9);
+}
+
 // It relabels the pixels, as setFormat() does, but for this image only.
 TEST(Metadata, ReinterpretingASharedBigImageLeavesTheBase)
 {

@@ -46,7 +46,8 @@ void Vellum::partMetadata()
     own->dpmy = shared->dpmy;
     own->offset = shared->offset;
     own->own_data = false;
-    own->ro_data = shared->ro_data;
+    // A plain image's pixels may be the base; QImage must copy them before it writes.
+    own->ro_data = shared->ro_data || owner->own_data;
     own->has_alpha_clut = shared->has_alpha_clut;
     own->cleanupFunction = releaseOwner;
     own->cleanupInfo = owner;
