@@ -17,7 +17,7 @@ namespace {
 constexpr qint64 kBlock = 4 << 20;
 constexpr auto kGrey = QImage::Format_Grayscale8;
 
-/// A null-op base so that geometries of any size cost nothing until rows are written.
+/// A big image with a store of any geometry; it costs nothing until rows are written.
 Vellum bigImage(int bytesPerLine, int height, int imageHeight = -1)
 {
     Vellum image =
@@ -137,7 +137,7 @@ TEST(RowBlocks, RowsThatTheStoreLacksAreNull)
     Vellum image = bigImage(13, 10, 25);
 
     EXPECT_NE(image.scanLineEx(9), nullptr);
-    for (int y = 10; y < 25; ++y) // the tenth row is not the last that fits its block
+    for (int y = 10; y < 25; ++y) // the blocks would have room for 16 rows
         EXPECT_EQ(image.scanLineEx(y), nullptr) << y;
 }
 
