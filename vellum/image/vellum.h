@@ -177,6 +177,7 @@ public:
     void setColorCount(int count);
     void setColorSpace(const QColorSpace &colorSpace);
     void setOffset(const QPoint &offset); ///< QImage::offset, not getOffsetX() and getOffsetY()
+    bool reinterpretAsFormat(QImage::Format format); ///< For this image only; see setFormat()
     /// @}
 
     /// Relabels the pixels as \a format, for this image and all that share its data, without
@@ -293,6 +294,8 @@ private:
     void clear();
     bool isLastHolder() const;
     void partMetadata();
+    template <typename Setter>
+    auto withOwnMetadata(Setter setter);
     static bool replacePixels(Vellum &image, const Vellum &pixels);
 
     // Set to null by every constructor; kept free for additions that keep the layout.

@@ -119,6 +119,8 @@ bool Vellum::createBig(Vellum &image, int w, int h, QImage::Format format)
     if (big.isNull())
         return replacePixels(image, Vellum());
     static_cast<void>(reserved.release()); // the image data destroys it from now on
+    if (big.depth() == 1) // as every QImage that owns its pixels
+        big.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
     big.alloc_buffer(nominal.bytesPerLine, h); // leaves a null image on failure
     return replacePixels(image, big);
 }
