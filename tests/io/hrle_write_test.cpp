@@ -352,6 +352,17 @@ TEST(HrleWriteOnce, StreamWithoutWritableDeviceFails)
     EXPECT_TRUE(buffer.data().isEmpty());
 }
 
+// A file keeps the last bytes in a buffer: they must reach the disk to count as written.
+TEST(HrleWriteOnce, FullDiskFails)
+{
+    QFile full("/dev/full");
+    if (!full.open(QIODevice::WriteOnly))
+        GTEST_SKIP() << "no /dev/full";
+    const MessageLog log;
+    QDataStream stream(&full);
+    EXPECT_FALSE(HrleHandler().writeStream(stream, makeFlat(100, 10, 1, Storage::Plain)));
+}
+
 TEST(HrleWriteOnce, BigEndianStreamIsSwitched)
 {
     const MessageLog log;

@@ -67,8 +67,8 @@ INSTANTIATE_TEST_SUITE_P(
                                      QImage::Format_RGB32, QImage::Format_ARGB32,
                                      QImage::Format_Grayscale8, QImage::Format_RGBA64),
                      testing::Values("plain", "big")),
-    [](const testing::TestParamInfo<Param> &param) {
-        return "Format" + std::to_string(std::get<0>(param.param)) + std::get<1>(param.param);
+    [](const auto &format) {
+        return "Format" + std::to_string(std::get<0>(format.param)) + std::get<1>(format.param);
     });
 
 TEST(Convert, StorageDoesNotChangeTheFile)

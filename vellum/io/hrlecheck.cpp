@@ -100,6 +100,9 @@ HrleCheck checkHrle(QIODevice &device)
 {
     if (!device.isReadable())
         return failure(HrleCheck::Unreadable, QStringLiteral("it is not open for reading"));
+    if (device.isSequential())
+        return failure(HrleCheck::Unreadable,
+                       QStringLiteral("it can only be read from end to end"));
     const qint64 start = device.pos();
     QDataStream stream(&device);
     HrleFileHeader file;

@@ -61,7 +61,8 @@ private:
 
 /// Encodes all \a rows, top to bottom, into \a buffer of \a size bytes.
 ///
-/// Needs 16 bytes more than it writes, and a run count below 2^24 in each row.
+/// Asks for more than 16 bytes beside what it writes. Runs of 2^24 bytes or more lose their upper
+/// bits.
 /// \return the number of bytes written; -1 when \a size is too small; nothing when a row is null
 [[nodiscard]] std::optional<int> encodeRows(RowSource &rows, uchar *buffer, int size);
 

@@ -68,6 +68,13 @@ bool writeRawRows(QDataStream &stream, const Vellum &image)
     return true;
 }
 
+/// A full disk may show only when a file writes its buffer.
+bool flush(QIODevice &device)
+{
+    auto *const file = qobject_cast<QFileDevice *>(&device);
+    return !file || file->flush();
+}
+
 } // namespace
 
 bool HrleHandler::readFile(Vellum &image, const QString &fileName)
@@ -135,7 +142,8 @@ bool HrleHandler::writeStream(QDataStream &stream, const Vellum &image)
         return false;
     m_fileHeader = {};
     m_fileHeader.fileSize = pixelBytes(image) + kHeaderBytes;
-    return writeFileHeader(stream, m_fileHeader) && writeBody(stream, image);
+    return writeFileHeader(stream, m_fileHeader) && writeBody(stream, image) &&
+        flush(*stream.device());
 }
 
 bool HrleHandler::writeBody(QDataStream &stream, const Vellum &image)
@@ -158,7 +166,7 @@ bool HrleHandler::writeBody(QDataStream &stream, const Vellum &image)
         return false;
     const auto size = int(pixels / 10);
     // Raw rows are better than run-length data that needs more than a tenth of them.
-    const Bytes buffer(static_cast<uchar *>(std::malloc(size_t(qMax(size, 1)))));
+    Bytes buffer(static_cast<uchar *>(std::malloc(size_t(qMax(size, 1)))));
     if (!buffer)
         return false;
     RowSource rows(image, image_constScanLine);
@@ -166,8 +174,10 @@ bool HrleHandler::writeBody(QDataStream &stream, const Vellum &image)
     if (!encoded)
         return false;
     qDebug() << "Rle_Encode size=" << *encoded;
-    if (*encoded < 1)
+    if (*encoded < 1) {
+        buffer.reset();
         return writeInfoHeader(stream, m_infoHeader) && writeRawRows(stream, image);
+    }
     m_infoHeader.compression = RunLength;
     if (!writeInfoHeader(stream, m_infoHeader))
         return false;

@@ -61,6 +61,8 @@ public:
     /// its store is narrower than the image are written as zeros. A resolution of 0 is written as
     /// 2834 pixels per metre.
     ///
+    /// Images of more than 1073741824 pixels can be written, but not read.
+    ///
     /// Rows are polled top to bottom while they are encoded; if the image then has to be written
     /// raw, they are polled again, bottom to top. The debug message "Rle_Encode size=" gives the
     /// encoded size in bytes, -1 when the image does not compress well enough. The byte order of
