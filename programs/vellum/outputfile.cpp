@@ -108,11 +108,13 @@ OutputFile::~OutputFile()
 
 QIODevice *OutputFile::device() { return m_device.get(); }
 
-void OutputFile::fail(const QString &reason) const
+void OutputFile::fail(const QString &reason)
 {
     if (cancelFlag())
         throw cancelled(m_fileName);
-    throw Failure(OutputError, m_fileName, m_device->hasFailed() ? m_device->reason() : reason);
+    // A writer that flushed the file itself has seen an error that is not noted yet: once more.
+    const bool deviceFailed = m_device->hasFailed() || !m_device->finish();
+    throw Failure(OutputError, m_fileName, deviceFailed ? m_device->reason() : reason);
 }
 
 void OutputFile::commit()

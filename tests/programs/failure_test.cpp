@@ -206,8 +206,10 @@ TEST_F(Output, OfAnUnknownKind)
 TEST_F(Output, ThatDoesNotFitIntoWhatIsLeft)
 {
     // A limit on the size of files acts as a full disk does: a write fails half-way.
+    // (Qt's PNG writer does not free its table of rows then.)
     folder.write("noise.png", encoded(photoLike(600, 400), "png"));
-    expectFailure(folder.path("noise.png"), 3, ": File too large", "ulimit -f 32");
+    expectFailure(folder.path("noise.png"), 3, ": File too large",
+                  "export ASAN_OPTIONS=${ASAN_OPTIONS:-}:detect_leaks=0; ulimit -f 32");
 }
 
 TEST_F(Output, ThatDoesNotFitAtItsVeryEnd)
