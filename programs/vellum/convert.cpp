@@ -65,7 +65,7 @@ void checkFitsHrle(const QSize &size, const QString &fileName)
 
 /// \a picture as the writer needs it; throws where arranged() gives a null image.
 Vellum prepared(const Vellum &picture, QImage::Format format, Storage storage, Progress &progress,
-                const OutputFile &output)
+                OutputFile &output)
 {
     Vellum result = arranged(picture, format, storage, progress);
     if (result.isNull())

@@ -46,7 +46,7 @@ Resolution jpegResolution(QIODevice &file)
     if (unit > 2)
         return {};
     const auto inMetres = [&](int offset) {
-        return qRound(qFromBigEndian<quint16>(head.constData() + offset) * perMetre[unit]);
+        return int(qFromBigEndian<quint16>(head.constData() + offset) * perMetre[unit]);
     };
     return {inMetres(14), inMetres(16)};
 }

@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QTemporaryFile>
 
+#include <cerrno>
+
 namespace vellum::tool {
 
 namespace {
@@ -33,6 +35,7 @@ public:
 
     bool finish()
     {
+        errno = 0;
         const bool flushed = flush();
         if (!flushed)
             noteFailure();
@@ -42,6 +45,7 @@ public:
 protected:
     qint64 writeData(const char *data, qint64 size) override
     {
+        errno = 0;
         const qint64 written = cancelFlag() ? -1 : QTemporaryFile::writeData(data, size);
         if (written != size)
             noteFailure();
@@ -49,10 +53,11 @@ protected:
     }
 
 private:
+    // After a write that was done in part, as on a disk that fills up, QFile has no reason to tell.
     void noteFailure()
     {
         if (!m_failed)
-            m_reason = errorString();
+            m_reason = errno != 0 ? qt_error_string(errno) : errorString();
         m_failed = true;
     }
 
@@ -79,7 +84,9 @@ OutputFile::OutputFile(const QString &fileName)
             refuse("is not a regular file");
         if (!target.isWritable())
             refuse("is write-protected");
-        m_permissions = target.permissions();
+        // "User" is whoever runs this; set together with the owner's, it would add to them.
+        const auto user = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
+        m_permissions = target.permissions() & ~user;
     }
 
     // Short, so that it is valid wherever the target's name is.
@@ -101,11 +108,13 @@ OutputFile::~OutputFile()
 
 QIODevice *OutputFile::device() { return m_device.get(); }
 
-void OutputFile::fail(const QString &reason) const
+void OutputFile::fail(const QString &reason)
 {
     if (cancelFlag())
         throw cancelled(m_fileName);
-    throw Failure(OutputError, m_fileName, m_device->hasFailed() ? m_device->reason() : reason);
+    // A writer that flushed the file itself has seen an error that is not noted yet: once more.
+    const bool deviceFailed = m_device->hasFailed() || !m_device->finish();
+    throw Failure(OutputError, m_fileName, deviceFailed ? m_device->reason() : reason);
 }
 
 void OutputFile::commit()

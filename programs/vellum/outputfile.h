@@ -30,7 +30,7 @@ public:
 
     /// Throws the Failure for a writer that did not finish: a cancel, or an error of the device,
     /// which tells more than \a reason, else \a reason.
-    [[noreturn]] void fail(const QString &reason) const;
+    [[noreturn]] void fail(const QString &reason);
 
     /// Gives the file its name, and an existing target's permissions. Throws a Failure if anything
     /// could not be written.

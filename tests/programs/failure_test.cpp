@@ -61,6 +61,14 @@ protected:
     Folder folder;
 };
 
+QImage whiteRow(int width)
+{
+    QImage row(width, 1, QImage::Format_Mono);
+    row.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
+    row.fill(1);
+    return row;
+}
+
 using Input = Failing;
 using Output = Failing;
 
@@ -198,8 +206,10 @@ TEST_F(Output, OfAnUnknownKind)
 TEST_F(Output, ThatDoesNotFitIntoWhatIsLeft)
 {
     // A limit on the size of files acts as a full disk does: a write fails half-way.
+    // (Qt's PNG writer does not free its table of rows then.)
     folder.write("noise.png", encoded(photoLike(600, 400), "png"));
-    expectFailure(folder.path("noise.png"), 3, ": File too large", "ulimit -f 32");
+    expectFailure(folder.path("noise.png"), 3, ": File too large",
+                  "export ASAN_OPTIONS=${ASAN_OPTIONS:-}:detect_leaks=0; ulimit -f 32");
 }
 
 TEST_F(Output, ThatDoesNotFitAtItsVeryEnd)
@@ -212,7 +222,7 @@ TEST_F(Output, ThatDoesNotFitAtItsVeryEnd)
 TEST_F(Output, PictureTooLargeForHrleIsRefusedBeforeItIsRead)
 {
     // One row more than the limit. There are no pixels in the file: whoever read them would fail.
-    const QString in = folder.writeGreymapHeader("in.pgm", 32768, 32769);
+    const QString in = folder.writePngHeader("large.png", 32768, 32769);
     const QStringList before = folder.names();
 
     const ToolResult result = runTool({"convert", in, folder.path("out.hrle")});
@@ -225,7 +235,7 @@ TEST_F(Output, PictureTooLargeForHrleIsRefusedBeforeItIsRead)
 
 TEST_F(Output, LargestPictureForHrleIsRead)
 {
-    const QString in = folder.writeGreymapHeader("in.pgm", 32768, 32768);
+    const QString in = folder.writePngHeader("large.png", 32768, 32768);
 
     const ToolResult result = runTool({"convert", in, folder.path("out.hrle")});
 
@@ -234,7 +244,7 @@ TEST_F(Output, LargestPictureForHrleIsRead)
 
 TEST_F(Output, RowTooWideForHrleIsRefused)
 {
-    const QString in = folder.writeGreymap("in.pgm", 16777213, 1);
+    const QString in = folder.write("in.bmp", encoded(whiteRow(16777213), "bmp"));
 
     const ToolResult result = runTool({"convert", in, folder.path("out.hrle")});
 
@@ -245,7 +255,7 @@ TEST_F(Output, RowTooWideForHrleIsRefused)
 
 TEST_F(Output, WidestRowForHrleIsWritten)
 {
-    const QString in = folder.writeGreymap("in.pgm", 16777212, 1);
+    const QString in = folder.write("in.bmp", encoded(whiteRow(16777212), "bmp"));
 
     ASSERT_EQ(runTool({"convert", in, folder.path("wide.hrle")}).exitCode, 0);
 

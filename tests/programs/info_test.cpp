@@ -119,8 +119,8 @@ TEST(Info, ResolutionThatAFileDoesNotStateIsLeftOut)
 TEST(Info, StorageIsBigFromOneGibibyteOfPixels)
 {
     const Folder folder; // the header is enough: the files hold no pixels
-    const QString below = folder.writeGreymapHeader("below.pgm", 32768, 32767);
-    const QString from = folder.writeGreymapHeader("from.pgm", 32768, 32768);
+    const QString below = folder.writePngHeader("below.png", 32768, 32767);
+    const QString from = folder.writePngHeader("from.png", 32768, 32768);
 
     const QJsonArray infos = infoOf({below, from});
 

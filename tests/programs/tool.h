@@ -61,8 +61,8 @@ public:
     /// The header of a portable greymap, and as many zeros as it asks for, without using up disk.
     QString writeGreymap(const QString &name, int width, int height) const;
 
-    /// Only its header.
-    QString writeGreymapHeader(const QString &name, int width, int height) const;
+    /// The begin of a PNG file with an 8-bit grey picture, without pixels: fails to decode.
+    QString writePngHeader(const QString &name, int width, int height) const;
 
 private:
     QTemporaryDir m_folder;
