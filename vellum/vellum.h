@@ -2,6 +2,7 @@
 #pragma once
 
 #include <vellum/export.h>
+#include <vellum/geometry/mirror.h>
 #include <vellum/geometry/rotate.h>
 #include <vellum/image/attachments.h>
 #include <vellum/image/progress.h>

@@ -194,6 +194,22 @@ public:
     void mergerImage(const QImage &source, const QRect &rect);
     /// @}
 
+    /// \name Geometry
+    /// @{
+
+    /// A plain image of this one with left and right (\a horizontal) or top and bottom
+    /// (\a vertical) exchanged, and with its colour table; other metadata does not go along. With
+    /// both flags clear, or of a single pixel, a copy that shares the pixels.
+    ///
+    /// See vellum::mirrored() for one that stays big and keeps profile and metadata, and
+    /// vellum::mirrorInPlace().
+    /// \return null when this image is null or memory runs out
+    ///
+    /// Vertical mirroring alone hands the percentage done to set_progress() after every row;
+    /// otherwise no progress is reported. The answer is ignored.
+    Vellum mirrored(bool horizontal = false, bool vertical = true) const;
+    /// @}
+
     /// \name QImage's metadata, without copying the base of a shared big image
     /// @{
     void setText(const QString &key, const QString &value);
@@ -316,6 +332,9 @@ public:
     /// Takes over \a other's callback, user pointer, base and scale.
     void copyCallback(const Vellum &other);
     /// @}
+
+protected:
+    Vellum mirrored_helper(bool horizontal, bool vertical) const; ///< Behind mirrored().
 
 private:
     void clear();
