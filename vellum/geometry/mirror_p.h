@@ -1,9 +1,14 @@
 // The mirror driver behind Vellum::mirrored(), and its kernels.
 #pragma once
 
-class Vellum;
+#include <vellum/image/storage.h>
+#include <vellum/image/vellum.h>
 
 namespace vellum::geometry {
+
+/// vellum::mirrored() on \a storage, also with both flags clear; \a image may not be null.
+[[nodiscard]] Vellum mirroredOnto(Storage storage, const Vellum &image, bool horizontal,
+                                  bool vertical);
 
 /// Writes \a source, mirrored, over \a destination, an image of the same size and format; they
 /// may be the same object, which is then mirrored in place.

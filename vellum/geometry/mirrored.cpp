@@ -10,13 +10,11 @@
 
 namespace vellum {
 
-Vellum mirrored(const Vellum &image, bool horizontal, bool vertical)
+Vellum geometry::mirroredOnto(Storage storage, const Vellum &image, bool horizontal, bool vertical)
 {
-    if (image.isNull() || (!horizontal && !vertical))
-        return image;
     const int width = image.width();
     const int height = image.height();
-    Vellum result = image::createLike(image, width, height, image::storageOf(image));
+    Vellum result = image::createLike(image, width, height, storage);
     if (result.isNull())
         return result;
     const bool oneBit = image.depth() == 1;
@@ -43,6 +41,13 @@ Vellum mirrored(const Vellum &image, bool horizontal, bool vertical)
             return {};
     }
     return result;
+}
+
+Vellum mirrored(const Vellum &image, bool horizontal, bool vertical)
+{
+    if (image.isNull() || (!horizontal && !vertical))
+        return image;
+    return geometry::mirroredOnto(image::storageOf(image), image, horizontal, vertical);
 }
 
 void mirrorInPlace(Vellum &image, bool horizontal, bool vertical)
