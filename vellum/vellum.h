@@ -6,4 +6,5 @@
 #include <vellum/image/progress.h>
 #include <vellum/image/rowaccess.h>
 #include <vellum/image/rowblocks.h>
+#include <vellum/image/storage.h>
 #include <vellum/image/vellum.h>
