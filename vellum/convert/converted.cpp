@@ -39,8 +39,9 @@ size_t visibleBytes(const QImage &image)
 class StripSource
 {
 public:
-    StripSource(const Vellum &image, int rowsPerStrip)
-        : m_image(image), m_rowsPerStrip(rowsPerStrip), m_rows(size_t(rowsPerStrip))
+    StripSource(const Vellum &image, int rowsPerStrip, const QVector<QRgb> &colors)
+        : m_image(image), m_rowsPerStrip(rowsPerStrip), m_colors(colors),
+          m_rows(size_t(rowsPerStrip))
     {
     }
 
@@ -78,7 +79,7 @@ private:
         if (QImageData *const data = QImageData::get(strip)) {
             // Written directly: the setters would copy the rows.
             const QImageData *const source = QImageData::get(m_image);
-            data->colortable = source->colortable;
+            data->colortable = m_colors;
             data->has_alpha_clut = source->has_alpha_clut;
             data->colorSpace = source->colorSpace;
         }
@@ -121,6 +122,7 @@ private:
 
     const Vellum &m_image;
     const int m_rowsPerStrip;
+    const QVector<QRgb> m_colors;
     std::vector<const uchar *> m_rows; // of the strip
     int m_polled = 0; // rows
 };
@@ -206,10 +208,21 @@ QImage::Format ditheredFormat(const Vellum &image)
     return image.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32;
 }
 
+/// The colour table that strips are converted with.
+QVector<QRgb> stripColors(const Vellum &image, QImage::Format to)
+{
+    QVector<QRgb> colors = image.colorTable();
+    // For these QImage makes the byte of an index beyond the table from whatever is in memory.
+    if (image.format() == QImage::Format_Indexed8 && colors.size() < 256 &&
+        (to == QImage::Format_Grayscale8 || to == QImage::Format_Alpha8))
+        colors.resize(256);
+    return colors;
+}
+
 Outcome convertPixels(Vellum &result, const Vellum &image, Qt::ImageConversionFlags flags)
 {
     const QImage::Format to = result.format();
-    StripSource source(image, stripRows(image, to));
+    StripSource source(image, stripRows(image, to), stripColors(image, to));
     if (!dithers(image.format(), to))
         return convertStrips(result, source, flags);
     const QImage::Format between = ditheredFormat(image);
@@ -242,19 +255,22 @@ namespace vellum {
 Vellum converted(const Vellum &image, QImage::Format format, Qt::ImageConversionFlags flags,
                  Storage storage)
 {
-    if (image.isNull() || format <= QImage::Format_Invalid || format >= QImage::NImageFormats)
-        return {};
-    if (storage == Storage::Plain && !image.isBigImage() && image.format() == format) {
-        Vellum shared(image);
-        shared.setOffset(image.getOffsetX(), image.getOffsetY());
-        return shared;
-    }
+    // One variable for all returns: a copy of it would lose the placement.
     Vellum result;
+    if (image.isNull() || format <= QImage::Format_Invalid || format >= QImage::NImageFormats)
+        return result;
+    if (storage == Storage::Plain && !image.isBigImage() && image.format() == format) {
+        result = image;
+        result.setOffset(image.getOffsetX(), image.getOffsetY());
+        return result;
+    }
     const auto create = storage == Storage::Big ? Vellum::createBig : Vellum::create;
-    if (!create(result, image.width(), image.height(), format) ||
-        convertPixels(result, image, flags) != Outcome::Done)
-        return {};
-    carryMetadata(result, image);
+    if (!create(result, image.width(), image.height(), format))
+        return result;
+    if (convertPixels(result, image, flags) == Outcome::Done)
+        carryMetadata(result, image);
+    else
+        result = Vellum();
     return result;
 }
 
