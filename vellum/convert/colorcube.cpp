@@ -2,7 +2,6 @@
 #include <vellum/convert/constants_p.h>
 #include <vellum/image/cpufeatures_p.h>
 
-#include <array>
 #include <cstring>
 
 namespace vellum::convert {
@@ -18,29 +17,25 @@ quint32 pixelAt(const uchar *p)
     return pixel;
 }
 
-/// What every value of a channel adds to an index, each value at its nearest level.
-constexpr std::array<uchar, 256> nearestLevels(int factor)
-{
-    std::array<uchar, 256> table {};
-    for (int v = 0; v < 256; ++v)
-        table[size_t(v)] = uchar((v * 5 + 127) / 255 * factor);
-    return table;
-}
+/// The level of \a v in the ordered pattern.
+constexpr int orderedLevel(int v, int m) { return (1286 * v + 256 * m) >> 16; }
 
-constexpr auto kBlueLevels = nearestLevels(1);
-constexpr auto kGreenLevels = nearestLevels(6);
-constexpr auto kRedLevels = nearestLevels(36);
+/// A pattern without a pattern: gives every value its nearest level.
+constexpr uchar kNearest[16] = {126, 126, 126, 126, 126, 126, 126, 126,
+                                126, 126, 126, 126, 126, 126, 126, 126};
 
-void nearestCube(uchar *out, const uchar *pixels, int width)
+constexpr bool givesNearestLevels(uchar m)
 {
-    for (int x = 0; x < width; ++x, pixels += 4) {
-        const quint32 p = pixelAt(pixels);
-        out[x] =
-            uchar(kRedLevels[p >> 16 & 255] + kGreenLevels[p >> 8 & 255] + kBlueLevels[p & 255]);
+    for (int v = 0; v < 256; ++v) {
+        if (orderedLevel(v, m) != (v * 5 + 127) / 255)
+            return false;
     }
+    return true;
 }
 
-/// The level that a value with errors is given. Rounds half up, unlike nearestLevels().
+static_assert(givesNearestLevels(kNearest[0]));
+
+/// The level that a value with errors is given.
 constexpr int diffusedLevel(int v) { return qBound(0, (5 * qBound(0, v, 255) + 128) / 255, 5); }
 
 /// Three channels of integers.
@@ -54,12 +49,11 @@ struct Sums
 void orderedCubePortable(unsigned char *out, const unsigned char *pixels,
                          const unsigned char *matrixRow, int width)
 {
-    const auto level = [](quint32 v, quint32 m) { return (1286 * v + 256 * m) >> 16; };
     for (int x = 0; x < width; ++x, pixels += 4) {
         const quint32 p = pixelAt(pixels);
-        const quint32 m = matrixRow[x & 15];
-        out[x] =
-            uchar(36 * level(p >> 16 & 255, m) + 6 * level(p >> 8 & 255, m) + level(p & 255, m));
+        const int m = matrixRow[x & 15];
+        out[x] = uchar(36 * orderedLevel(p >> 16 & 255, m) + 6 * orderedLevel(p >> 8 & 255, m) +
+                       orderedLevel(p & 255, m));
     }
 }
 
@@ -109,20 +103,13 @@ CubeDither::CubeDither(int width, DitherMode mode)
 
 void CubeDither::dither(uchar *out, const uchar *pixels)
 {
-    switch (m_mode) {
-    case DitherMode::Threshold:
-        nearestCube(out, pixels, m_width);
-        break;
-    case DitherMode::Ordered: {
-        const auto ordered = VELLUM_CHOOSE_SSE41(orderedCubePortable, orderedCubeSse41);
-        ordered(out, pixels, kDitherMatrix[m_row & 15], m_width);
-        break;
-    }
-    case DitherMode::Diffuse: {
+    if (m_mode == DitherMode::Diffuse) {
         const auto diffuse = VELLUM_CHOOSE_SSE41(diffuseCubePortable, diffuseCubeSse41);
         diffuse(out, pixels, m_errors.data(), m_width, (m_row & 1) != 0);
-        break;
-    }
+    } else {
+        const auto ordered = VELLUM_CHOOSE_SSE41(orderedCubePortable, orderedCubeSse41);
+        ordered(out, pixels, m_mode == DitherMode::Ordered ? kDitherMatrix[m_row & 15] : kNearest,
+                m_width);
     }
     ++m_row;
 }

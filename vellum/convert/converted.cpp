@@ -9,25 +9,32 @@
 #include <QStringList>
 
 #include <cstring>
-#include <memory>
+#include <vector>
 
 using vellum::convert::RowConverter;
 
 namespace {
 
-constexpr qint64 kStripBytes = 1 << 19; // of the wider of source and result: fits a cache
+/// Bytes of the wider of source and result: small enough for the nearest cache, and for QImage to
+/// do the work at once instead of handing it to the thread pool, which costs more than it brings.
+constexpr qint64 kStripBytes = 1 << 16;
 
-/// Strips begin at multiples of this: the period of QImage's dither patterns, and whole groups.
-constexpr int kStripUnit = 16;
-static_assert(kStripUnit % RowConverter::kGroup == 0);
+constexpr int kDitherPeriod = 16; // rows, of QImage's ordered dither patterns
+static_assert(kDitherPeriod % RowConverter::kGroup == 0);
 
 enum class Outcome { Done, GaveUp, Failed };
 
-int stripRows(const Vellum &image, QImage::Format format)
+/// Rows of a strip: a power of two, so that whole strips make a dither period or a group.
+int stripRows(const Vellum &image, QImage::Format format, Qt::ImageConversionFlags flags)
 {
     const int depth = qMax(image.depth(), qt_depthForFormat(format));
     const qint64 rowBytes = (qint64(image.width()) * depth + 7) / 8;
-    return int(qMax<qint64>(kStripBytes / rowBytes / kStripUnit, 1) * kStripUnit);
+    // QImage's patterns begin with every strip. It uses them only when asked like this.
+    const bool hasPattern = (flags & Qt::DitherMode_Mask) == Qt::PreferDither;
+    int rows = hasPattern ? kDitherPeriod : 1;
+    while (rows * 2 * rowBytes <= kStripBytes)
+        rows *= 2;
+    return rows;
 }
 
 size_t visibleBytes(const QImage &image)
@@ -143,27 +150,57 @@ Outcome convertStrips(Vellum &result, StripSource &source, Qt::ImageConversionFl
     });
 }
 
+/// Collects rows until they are a group for a RowConverter.
+class GroupFeeder
+{
+public:
+    GroupFeeder(Vellum &result, RowConverter &rows) : m_result(result), m_rows(rows) { }
+
+    /// Takes the rows of \a part, which are rows \a y and on of the image.
+    bool add(int y, const QImage &part)
+    {
+        m_parts.push_back(part); // keeps the rows alive
+        for (int i = 0; i < part.height(); ++i) {
+            m_out[m_count] = m_result.scanLineEx(y + i);
+            m_in[m_count] = part.constScanLine(i);
+            if (++m_count == RowConverter::kGroup && !flush())
+                return false;
+        }
+        if (m_count == 0)
+            m_parts.clear();
+        return true;
+    }
+
+    /// Converts what has been collected.
+    bool flush()
+    {
+        const int count = m_count;
+        m_count = 0;
+        return count == 0 || m_rows.convert(m_out, m_in, count);
+    }
+
+private:
+    Vellum &m_result;
+    RowConverter &m_rows;
+    std::vector<QImage> m_parts;
+    uchar *m_out[RowConverter::kGroup];
+    const uchar *m_in[RowConverter::kGroup];
+    int m_count = 0;
+};
+
 /// Converts every strip to \a between and hands the rows on to \a rows, whose state runs on.
 Outcome convertRows(Vellum &result, StripSource &source, QImage::Format between,
                     Qt::ImageConversionFlags flags, RowConverter &rows)
 {
-    const Outcome outcome = source.forEachStrip([&](int y, const QImage &strip) {
+    GroupFeeder feeder(result, rows);
+    Outcome outcome = source.forEachStrip([&](int y, const QImage &strip) {
         const QImage part = strip.convertToFormat(between, flags);
         if (part.isNull())
             return Outcome::Failed;
-        for (int i = 0; i < part.height(); i += RowConverter::kGroup) {
-            uchar *out[RowConverter::kGroup];
-            const uchar *in[RowConverter::kGroup];
-            const int count = qMin(RowConverter::kGroup, part.height() - i);
-            for (int k = 0; k < count; ++k) {
-                out[k] = result.scanLineEx(y + i + k);
-                in[k] = part.constScanLine(i + k);
-            }
-            if (!rows.convert(out, in, count))
-                return Outcome::GaveUp;
-        }
-        return Outcome::Done;
+        return feeder.add(y, part) ? Outcome::Done : Outcome::GaveUp;
     });
+    if (outcome == Outcome::Done && !feeder.flush())
+        outcome = Outcome::GaveUp;
     result.setColorTable(rows.colors());
     return outcome;
 }
@@ -222,7 +259,7 @@ QVector<QRgb> stripColors(const Vellum &image, QImage::Format to)
 Outcome convertPixels(Vellum &result, const Vellum &image, Qt::ImageConversionFlags flags)
 {
     const QImage::Format to = result.format();
-    StripSource source(image, stripRows(image, to), stripColors(image, to));
+    StripSource source(image, stripRows(image, to, flags), stripColors(image, to));
     if (!dithers(image.format(), to))
         return convertStrips(result, source, flags);
     const QImage::Format between = ditheredFormat(image);
