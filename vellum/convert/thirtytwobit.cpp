@@ -1,12 +1,11 @@
 // Between the 32-bit formats, and from 64 bits.
 
 #include <vellum/convert/colortables_p.h>
+#include <vellum/convert/greenweighted_p.h>
 #include <vellum/convert/rgba64_p.h>
 #include <vellum/convert/routines_p.h>
 #include <vellum/convert/rowloop_p.h>
 #include <vellum/image/cpufeatures_p.h>
-
-#include <memory>
 
 namespace vellum::convert {
 
@@ -42,24 +41,6 @@ bool swapInPlace(Vellum &image, QImage::Format format)
     });
     image.setFormat(format);
     return true;
-}
-
-/// The grey of every pair of red and green, at red << 8 | green.
-///
-/// Blue is never read and green has its weight too: callers rely on it. In double, three terms
-/// from left to right: for 90 of the pairs any other order truncates to another grey.
-const uchar *greysOfRedGreen()
-{
-    static const auto table = [] {
-        auto greys = std::make_unique<uchar[]>(65536);
-        for (int red = 0; red < 256; ++red) {
-            for (int green = 0; green < 256; ++green)
-                greys[size_t(red << 8 | green)] =
-                    uchar(0.299 * red + 0.587 * green + 0.114 * green);
-        }
-        return greys;
-    }();
-    return table.get();
 }
 
 } // namespace
@@ -110,11 +91,7 @@ bool convertRGBA8888ToRGBX8888InPlace(Vellum &image, Qt::ImageConversionFlags)
 void convertRGBToGrayscale8(Vellum &dst, const Vellum &src, Qt::ImageConversionFlags)
 {
     dst.setColorTable(greyRamp());
-    const uchar *const greys = greysOfRedGreen();
-    forEachRow<uchar, Pixel32>(dst, src, [greys](uchar *out, const Pixel32 *in, int width) {
-        for (int x = 0; x < width; ++x)
-            out[x] = greys[in[x] >> 8 & 0xffff];
-    });
+    forEachRow<uchar, uchar>(dst, src, greenWeighted);
 }
 
 void convertRGBA64ToARGB32(Vellum &dst, const Vellum &src, Qt::ImageConversionFlags)
