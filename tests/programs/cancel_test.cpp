@@ -32,7 +32,8 @@ protected:
     {
         const QStringList before = folder.names();
         RunningTool tool(
-            {"convert", "--progress", "json", "--storage", "big", in, folder.path("out.png")});
+            {"convert", "--progress", "json", "--storage", "big", in, folder.path("out.png")},
+            "export TSAN_OPTIONS=${TSAN_OPTIONS:-}:atexit_sleep_ms=0");
         ASSERT_TRUE(tool.waitForOutput('"' + stage + '"'));
         EXPECT_EQ(folder.names().size(), before.size() + 1)
             << "no temporary file beside the target";

@@ -4,12 +4,14 @@
 #include <vellum/vellum.h>
 
 #include <QDir>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <sys/stat.h>
 #include <tuple>
+#include <unistd.h>
 
 using namespace vellum::test;
 
@@ -186,6 +188,17 @@ TEST_F(Output, ThatIsAFolder)
     expectRefused(folder.path("sub.hrle"), 3, "is a folder");
     expectRefused(folder.path("sub"), 3, "is a folder");
     expectRefused(folder.path("sub/"), 3, "is a folder");
+}
+
+TEST_F(Output, ThatIsWriteProtected)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "nothing is protected from root";
+    QFile::setPermissions(folder.path("out.hrle"), QFile::ReadOwner);
+
+    expectRefused(folder.path("out.hrle"), 3, "write-protected");
+
+    EXPECT_EQ(folder.read("out.hrle"), "old");
 }
 
 TEST_F(Output, ThatIsADevice)
