@@ -100,7 +100,10 @@ bool Vellum::replacePixels(Vellum &image, const Vellum &pixels)
 
 bool Vellum::create(Vellum &image, int w, int h, QImage::Format format)
 {
-    return replacePixels(image, Vellum(w, h, format));
+    const Vellum plain(w, h, format);
+    if (const QImageData *const data = QImageData::get(plain))
+        vellum::image::adviseLargePages(data->data, size_t(data->nbytes));
+    return replacePixels(image, plain);
 }
 
 bool Vellum::createBig(Vellum &image, int w, int h, QImage::Format format)
