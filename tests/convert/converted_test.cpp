@@ -2,6 +2,8 @@
 
 #include <QColorSpace>
 
+#include <rapidcheck.h>
+
 #include <convert/pictures.h>
 
 using namespace vellum::test;
@@ -269,6 +271,22 @@ TEST_P(ConvertedOn, ToItsOwnFormatKeepsThePixels)
 }
 
 INSTANTIATE_TEST_SUITE_P(Storages, ConvertedOn, testing::ValuesIn(kStorages));
+
+TEST(ConvertedProperty, IsTheSameOnBothStorages)
+{
+    EXPECT_TRUE(rc::check([] {
+        const auto from = *rc::gen::elementOf(allFormats());
+        const auto to = *rc::gen::elementOf(allFormats());
+        const int w = *rc::gen::inRange(1, 3000);
+        const int h = *rc::gen::inRange(1, 60);
+        const Qt::ImageConversionFlags flags = QFlag(*rc::gen::inRange(0, 0x100));
+        const int extraStride = *rc::gen::inRange(0, 20);
+        const Vellum big = makeNoise(w, h, from, Storage::Big, 1, extraStride);
+        const Vellum plain = toPlain(big);
+        RC_ASSERT(samePixels(vellum::converted(big, to, flags, vellum::Storage::Plain),
+                             vellum::converted(plain, to, flags, vellum::Storage::Big)));
+    }));
+}
 
 TEST(ConvertedBig, ToItsOwnFormatHasRowsOfItsOwn)
 {

@@ -190,9 +190,11 @@ private:
 
 /// Converts every strip to \a between and hands the rows on to \a rows, whose state runs on.
 Outcome convertRows(Vellum &result, StripSource &source, QImage::Format between,
-                    Qt::ImageConversionFlags flags, RowConverter &rows)
+                    Qt::ImageConversionFlags flags, RowConverter *rows)
 {
-    GroupFeeder feeder(result, rows);
+    if (!rows)
+        return Outcome::Failed;
+    GroupFeeder feeder(result, *rows);
     Outcome outcome = source.forEachStrip([&](int y, const QImage &strip) {
         const QImage part = strip.convertToFormat(between, flags);
         if (part.isNull())
@@ -201,7 +203,7 @@ Outcome convertRows(Vellum &result, StripSource &source, QImage::Format between,
     });
     if (outcome == Outcome::Done && !feeder.flush())
         outcome = Outcome::GaveUp;
-    result.setColorTable(rows.colors());
+    result.setColorTable(rows->colors());
     return outcome;
 }
 
@@ -212,13 +214,14 @@ Outcome convertToIndexed8(Vellum &result, StripSource &source, QImage::Format be
     QVector<QRgb> collected;
     if (plan.collects) {
         const auto palette = vellum::convert::makePaletteRows(result.width(), between);
-        const Outcome outcome = convertRows(result, source, between, flags, *palette);
-        if (outcome == Outcome::Failed || (outcome == Outcome::Done && plan.mayKeepPalette))
+        const Outcome outcome = convertRows(result, source, between, flags, palette.get());
+        if (!palette || outcome == Outcome::Failed ||
+            (outcome == Outcome::Done && plan.mayKeepPalette))
             return outcome;
         collected = palette->colors();
     }
     const auto cube = vellum::convert::makeCubeRows(result.width(), between, flags, collected);
-    return convertRows(result, source, between, flags, *cube);
+    return convertRows(result, source, between, flags, cube.get());
 }
 
 bool isOneBit(QImage::Format format)
@@ -267,7 +270,7 @@ Outcome convertPixels(Vellum &result, const Vellum &image, Qt::ImageConversionFl
         return convertToIndexed8(result, source, between, flags);
     const auto rows = vellum::convert::makeMonoRows(image.width(), between, image.colorTable(),
                                                     to == QImage::Format_MonoLSB, flags);
-    return convertRows(result, source, between, flags, *rows);
+    return convertRows(result, source, between, flags, rows.get());
 }
 
 void carryMetadata(Vellum &result, const Vellum &image)
