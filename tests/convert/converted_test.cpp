@@ -321,4 +321,18 @@ TEST(ConvertedBig, MissingEndsOfRowsAreZero)
     EXPECT_EQ(row[5], 0xff000000);
 }
 
+// QImage reads the padding of rows, which this store does not have.
+TEST(ConvertedBig, DoesNotReadPaddingThatTheStoreLacks)
+{
+    Vellum image = makeUntouchable(9, 1, QImage::Format_Mono);
+    ASSERT_TRUE(image.alloc_buffer(2, 1));
+    image.scanLineEx(0)[0] = 0x96;
+    image.scanLineEx(0)[1] = 0x80;
+
+    const Vellum result = vellum::converted(image, QImage::Format_MonoLSB);
+
+    EXPECT_EQ(result.scanLineEx(0)[0], 0x69);
+    EXPECT_EQ(result.scanLineEx(0)[1] & 1, 1);
+}
+
 } // namespace

@@ -103,9 +103,9 @@ private:
     {
         const auto step = stride(count);
         const quintptr alignment = m_image.depth() == 64 ? 8 : 4;
-        if (step < qptrdiff(visibleBytes(m_image)) || step > m_image.bytesPerLine() + 4096 ||
+        if (step < m_image.bytesPerLine() || step > m_image.bytesPerLine() + 4096 ||
             quintptr(step) % alignment != 0 || quintptr(m_rows[0]) % alignment != 0 ||
-            vellum::convert::storedPixels(m_image) < m_image.width())
+            m_image.storedBytesPerLine() < m_image.bytesPerLine())
             return false;
         for (int i = 2; i < count; ++i) {
             if (m_rows[size_t(i)] - m_rows[size_t(i - 1)] != step)
