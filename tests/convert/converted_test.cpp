@@ -67,6 +67,20 @@ TEST_P(Converted, EqualsQImageAcrossManyStrips)
     }
 }
 
+// A few pixels behind the last whole step of a vector form.
+TEST_P(Converted, EqualsQImageAtEveryWidthUpTo40)
+{
+    const auto [from, storage] = GetParam();
+    for (int w = 1; w <= 40; ++w) {
+        const Vellum image = makeNoise(w, 3, from, storage, unsigned(w), w % 3);
+        const QImage plain = toPlain(image);
+        for (const QImage::Format to : allFormats()) {
+            ASSERT_TRUE(samePixels(vellum::converted(image, to), plain.convertToFormat(to)))
+                << w << " columns to format " << to;
+        }
+    }
+}
+
 constexpr QImage::Format kTabled[] = {QImage::Format_Mono, QImage::Format_MonoLSB,
                                       QImage::Format_Indexed8};
 

@@ -1,6 +1,7 @@
 // Any conversion on either storage: QImage's own, strip by strip.
 
 #include <vellum/convert/convert.h>
+#include <vellum/convert/directrows_p.h>
 #include <vellum/convert/ditherrows_p.h>
 #include <vellum/convert/rowloop_p.h>
 #include <vellum/image/imagedata_p.h>
@@ -134,6 +135,19 @@ private:
     int m_polled = 0; // rows
 };
 
+/// Converts row by row, without a strip in between.
+Outcome convertDirectly(Vellum &result, const Vellum &image, vellum::convert::RowFunction row)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar *const in = image_constScanLine(&image, nullptr, y);
+        uchar *const out = result.scanLineEx(y);
+        if (!in || !out)
+            return Outcome::Failed;
+        row(out, in, image.width());
+    }
+    return Outcome::Done;
+}
+
 /// Converts every strip by itself. Right for all conversions of single pixels.
 Outcome convertStrips(Vellum &result, StripSource &source, Qt::ImageConversionFlags flags)
 {
@@ -262,6 +276,9 @@ QVector<QRgb> stripColors(const Vellum &image, QImage::Format to)
 Outcome convertPixels(Vellum &result, const Vellum &image, Qt::ImageConversionFlags flags)
 {
     const QImage::Format to = result.format();
+    const auto row = vellum::convert::directRow(image.format(), to);
+    if (row && vellum::convert::storedPixels(image) == image.width())
+        return convertDirectly(result, image, row);
     StripSource source(image, stripRows(image, to, flags), stripColors(image, to));
     if (!dithers(image.format(), to))
         return convertStrips(result, source, flags);
