@@ -286,6 +286,20 @@ TEST_P(ConvertedOn, ToItsOwnFormatKeepsThePixels)
 
 INSTANTIATE_TEST_SUITE_P(Storages, ConvertedOn, testing::ValuesIn(kStorages));
 
+TEST(ConvertedPremultiplied, EqualsQImageForEveryChannelAndAlpha)
+{
+    Vellum image = makeNoise(256, 256, QImage::Format_ARGB32, Storage::Big);
+    for (int alpha = 0; alpha < 256; ++alpha) {
+        for (int c = 0; c < 256; ++c) {
+            const QRgb pixel = qRgba(c, 255 - c, c ^ 0x55, alpha);
+            std::memcpy(image.scanLineEx(alpha) + c * 4, &pixel, 4);
+        }
+    }
+    const Vellum result = vellum::converted(image, QImage::Format_ARGB32_Premultiplied);
+    EXPECT_TRUE(
+        samePixels(result, toPlain(image).convertToFormat(QImage::Format_ARGB32_Premultiplied)));
+}
+
 TEST(ConvertedProperty, IsTheSameOnBothStorages)
 {
     EXPECT_TRUE(rc::check([] {

@@ -1,5 +1,6 @@
 #include <vellum/convert/directrows_p.h>
 #include <vellum/convert/expand_p.h>
+#include <vellum/convert/premultiply_p.h>
 #include <vellum/convert/rgba64_p.h>
 #include <vellum/image/cpufeatures_p.h>
 
@@ -51,6 +52,14 @@ void narrowRgba64(uchar *out, const uchar *in, int width)
     VELLUM_CHOOSE_SSE41(narrowRgba64Portable, narrowRgba64Sse41)(out, in, width);
 }
 
+/// For pixels whose fourth byte in memory is alpha.
+void premultiply(uchar *out, const uchar *in, int width)
+{
+    VELLUM_CHOOSE_SSE41(premultiplyPortable, premultiplySse41)(out, in, width);
+}
+
+constexpr RowFunction kPremultiplyWords = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? premultiply : nullptr;
+
 struct Cell
 {
     QImage::Format from;
@@ -62,9 +71,11 @@ constexpr Cell kCells[] = {
     {QImage::Format_RGB32, QImage::Format_ARGB32, maskAlphaRow},
     {QImage::Format_RGB32, QImage::Format_ARGB32_Premultiplied, maskAlphaRow},
     {QImage::Format_ARGB32, QImage::Format_RGB32, maskAlphaRow},
+    {QImage::Format_ARGB32, QImage::Format_ARGB32_Premultiplied, kPremultiplyWords},
     {QImage::Format_ARGB32, QImage::Format_RGBA8888, swapRedBlueRow},
     {QImage::Format_ARGB32_Premultiplied, QImage::Format_RGBA8888_Premultiplied, swapRedBlueRow},
     {QImage::Format_RGBA8888, QImage::Format_ARGB32, swapRedBlueRow},
+    {QImage::Format_RGBA8888, QImage::Format_RGBA8888_Premultiplied, premultiply},
     {QImage::Format_RGBA8888_Premultiplied, QImage::Format_ARGB32_Premultiplied, swapRedBlueRow},
     {QImage::Format_RGB888, QImage::Format_RGB32, expandRgb},
     {QImage::Format_RGB888, QImage::Format_ARGB32, expandRgb},
