@@ -81,8 +81,8 @@ private:
                 return {};
             m_polled = qMax(m_polled, row + 1);
         }
-        QImage strip = isRegular(count)
-            ? QImage(m_rows[0], m_image.width(), count, int(stride(count)), m_image.format())
+        QImage strip = isOneBuffer(count)
+            ? QImage(m_rows[0], m_image.width(), count, m_image.bytesPerLine(), m_image.format())
             : gathered(count);
         if (QImageData *const data = QImageData::get(strip)) {
             // Written directly: the setters would copy the rows.
@@ -94,22 +94,17 @@ private:
         return strip;
     }
 
-    qptrdiff stride(int count) const
+    /// True when the rows can be shown to QImage where they are: it reads padding too.
+    bool isOneBuffer(int count) const
     {
-        return count > 1 ? m_rows[1] - m_rows[0] : m_image.bytesPerLine();
-    }
-
-    /// True when the rows can be shown to QImage where they are.
-    bool isRegular(int count) const
-    {
-        const auto step = stride(count);
+        const auto addressOf = [](const uchar *row) { return reinterpret_cast<quintptr>(row); };
+        const auto stride = quintptr(m_image.bytesPerLine());
         const quintptr alignment = m_image.depth() == 64 ? 8 : 4;
-        if (step < m_image.bytesPerLine() || step > m_image.bytesPerLine() + 4096 ||
-            quintptr(step) % alignment != 0 || quintptr(m_rows[0]) % alignment != 0 ||
-            m_image.storedBytesPerLine() < m_image.bytesPerLine())
+        if (m_image.storedBytesPerLine() < m_image.bytesPerLine() || stride % alignment != 0 ||
+            addressOf(m_rows[0]) % alignment != 0)
             return false;
-        for (int i = 2; i < count; ++i) {
-            if (m_rows[size_t(i)] - m_rows[size_t(i - 1)] != step)
+        for (int i = 1; i < count; ++i) {
+            if (addressOf(m_rows[size_t(i)]) - addressOf(m_rows[size_t(i - 1)]) != stride)
                 return false;
         }
         return true;
