@@ -1,6 +1,7 @@
 // Any conversion on either storage: QImage's own, strip by strip.
 
 #include <vellum/convert/convert.h>
+#include <vellum/convert/directrows_p.h>
 #include <vellum/convert/ditherrows_p.h>
 #include <vellum/convert/rowloop_p.h>
 #include <vellum/image/imagedata_p.h>
@@ -80,8 +81,8 @@ private:
                 return {};
             m_polled = qMax(m_polled, row + 1);
         }
-        QImage strip = isRegular(count)
-            ? QImage(m_rows[0], m_image.width(), count, int(stride(count)), m_image.format())
+        QImage strip = isOneBuffer(count)
+            ? QImage(m_rows[0], m_image.width(), count, m_image.bytesPerLine(), m_image.format())
             : gathered(count);
         if (QImageData *const data = QImageData::get(strip)) {
             // Written directly: the setters would copy the rows.
@@ -93,22 +94,17 @@ private:
         return strip;
     }
 
-    qptrdiff stride(int count) const
+    /// True when the rows can be shown to QImage where they are: it reads padding too.
+    bool isOneBuffer(int count) const
     {
-        return count > 1 ? m_rows[1] - m_rows[0] : m_image.bytesPerLine();
-    }
-
-    /// True when the rows can be shown to QImage where they are.
-    bool isRegular(int count) const
-    {
-        const auto step = stride(count);
+        const auto addressOf = [](const uchar *row) { return reinterpret_cast<quintptr>(row); };
+        const auto stride = quintptr(m_image.bytesPerLine());
         const quintptr alignment = m_image.depth() == 64 ? 8 : 4;
-        if (step < qptrdiff(visibleBytes(m_image)) || step > m_image.bytesPerLine() + 4096 ||
-            quintptr(step) % alignment != 0 || quintptr(m_rows[0]) % alignment != 0 ||
-            vellum::convert::storedPixels(m_image) < m_image.width())
+        if (m_image.storedBytesPerLine() < m_image.bytesPerLine() || stride % alignment != 0 ||
+            addressOf(m_rows[0]) % alignment != 0)
             return false;
-        for (int i = 2; i < count; ++i) {
-            if (m_rows[size_t(i)] - m_rows[size_t(i - 1)] != step)
+        for (int i = 1; i < count; ++i) {
+            if (addressOf(m_rows[size_t(i)]) - addressOf(m_rows[size_t(i - 1)]) != stride)
                 return false;
         }
         return true;
@@ -133,6 +129,19 @@ private:
     std::vector<const uchar *> m_rows; // of the strip
     int m_polled = 0; // rows
 };
+
+/// Converts row by row, without a strip in between.
+Outcome convertDirectly(Vellum &result, const Vellum &image, vellum::convert::RowFunction row)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar *const in = image_constScanLine(&image, nullptr, y);
+        uchar *const out = result.scanLineEx(y);
+        if (!in || !out)
+            return Outcome::Failed;
+        row(out, in, image.width());
+    }
+    return Outcome::Done;
+}
 
 /// Converts every strip by itself. Right for all conversions of single pixels.
 Outcome convertStrips(Vellum &result, StripSource &source, Qt::ImageConversionFlags flags)
@@ -190,9 +199,11 @@ private:
 
 /// Converts every strip to \a between and hands the rows on to \a rows, whose state runs on.
 Outcome convertRows(Vellum &result, StripSource &source, QImage::Format between,
-                    Qt::ImageConversionFlags flags, RowConverter &rows)
+                    Qt::ImageConversionFlags flags, RowConverter *rows)
 {
-    GroupFeeder feeder(result, rows);
+    if (!rows)
+        return Outcome::Failed;
+    GroupFeeder feeder(result, *rows);
     Outcome outcome = source.forEachStrip([&](int y, const QImage &strip) {
         const QImage part = strip.convertToFormat(between, flags);
         if (part.isNull())
@@ -201,7 +212,7 @@ Outcome convertRows(Vellum &result, StripSource &source, QImage::Format between,
     });
     if (outcome == Outcome::Done && !feeder.flush())
         outcome = Outcome::GaveUp;
-    result.setColorTable(rows.colors());
+    result.setColorTable(rows->colors());
     return outcome;
 }
 
@@ -212,13 +223,14 @@ Outcome convertToIndexed8(Vellum &result, StripSource &source, QImage::Format be
     QVector<QRgb> collected;
     if (plan.collects) {
         const auto palette = vellum::convert::makePaletteRows(result.width(), between);
-        const Outcome outcome = convertRows(result, source, between, flags, *palette);
-        if (outcome == Outcome::Failed || (outcome == Outcome::Done && plan.mayKeepPalette))
+        const Outcome outcome = convertRows(result, source, between, flags, palette.get());
+        if (!palette || outcome == Outcome::Failed ||
+            (outcome == Outcome::Done && plan.mayKeepPalette))
             return outcome;
         collected = palette->colors();
     }
     const auto cube = vellum::convert::makeCubeRows(result.width(), between, flags, collected);
-    return convertRows(result, source, between, flags, *cube);
+    return convertRows(result, source, between, flags, cube.get());
 }
 
 bool isOneBit(QImage::Format format)
@@ -259,6 +271,9 @@ QVector<QRgb> stripColors(const Vellum &image, QImage::Format to)
 Outcome convertPixels(Vellum &result, const Vellum &image, Qt::ImageConversionFlags flags)
 {
     const QImage::Format to = result.format();
+    const auto row = vellum::convert::directRow(image.format(), to);
+    if (row && vellum::convert::storedPixels(image) == image.width())
+        return convertDirectly(result, image, row);
     StripSource source(image, stripRows(image, to, flags), stripColors(image, to));
     if (!dithers(image.format(), to))
         return convertStrips(result, source, flags);
@@ -267,7 +282,7 @@ Outcome convertPixels(Vellum &result, const Vellum &image, Qt::ImageConversionFl
         return convertToIndexed8(result, source, between, flags);
     const auto rows = vellum::convert::makeMonoRows(image.width(), between, image.colorTable(),
                                                     to == QImage::Format_MonoLSB, flags);
-    return convertRows(result, source, between, flags, *rows);
+    return convertRows(result, source, between, flags, rows.get());
 }
 
 void carryMetadata(Vellum &result, const Vellum &image)
