@@ -36,11 +36,14 @@ void adviseLargePages([[maybe_unused]] void *memory, [[maybe_unused]] std::size_
     constexpr std::size_t kWorthIt = 4 << 20; // two large pages of common processors
     if (!memory || bytes < kWorthIt)
         return;
-    const auto pageSize = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto start = reinterpret_cast<std::uintptr_t>(memory);
-    const std::uintptr_t firstPage = start / pageSize * pageSize;
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    // Whole pages inside only: a page at the edge also belongs to a neighbour, whose write to it
+    // would back large pages that nobody is about to write.
+    const std::uintptr_t first =
+        (reinterpret_cast<std::uintptr_t>(memory) + page - 1) / page * page;
+    const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(memory) + bytes) / page * page;
     // Only advice: failure changes nothing.
-    madvise(reinterpret_cast<void *>(firstPage), start + bytes - firstPage, MADV_HUGEPAGE);
+    madvise(reinterpret_cast<void *>(first), end - first, MADV_HUGEPAGE);
 #endif
 }
 
