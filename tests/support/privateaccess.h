@@ -4,8 +4,8 @@
 namespace vellum::test {
 
 /// Explicitly instantiated as <tt>template struct PrivateMember<Tag, &Class::member>;</tt>, where
-/// access is not checked. \a Tag declares <tt>friend auto member(Tag);</tt>, which then returns
-/// the pointer to the member.
+/// access is not checked. \a Tag, of this namespace, declares <tt>friend Type member(Tag);</tt>,
+/// which then returns the pointer to the member.
 template <typename Tag, typename Tag::Type pointer>
 struct PrivateMember
 {
