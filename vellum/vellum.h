@@ -1,7 +1,10 @@
 // Umbrella header: brings every public header of the library.
 #pragma once
 
+#include <vellum/color/convertcolors.h>
 #include <vellum/color/lcmsmanager.h>
+#include <vellum/color/profileinfo.h>
+#include <vellum/color/renderingintent.h>
 #include <vellum/export.h>
 #include <vellum/geometry/rotate.h>
 #include <vellum/image/attachments.h>
