@@ -1,6 +1,8 @@
 #include <vellum/io/hrleheader_p.h>
+#include <vellum/io/readavailable_p.h>
 
 #include <QDataStream>
+#include <QtEndian>
 
 #include <limits>
 
@@ -22,13 +24,30 @@ bool isBitmapDepth(int bitsPerPixel)
 bool readHeaders(QDataStream &stream, HrleFileHeader &file, HrleInfoHeader &info)
 {
     stream.setByteOrder(QDataStream::LittleEndian);
-    if (stream.readRawData(file.magic, sizeof file.magic) != int(sizeof file.magic))
+    if (stream.status() != QDataStream::Ok)
         return false;
-    stream >> file.fileSize >> file.reserved1 >> file.reserved2 >> file.dataOffset;
-    stream >> info.informationHeaderSize >> info.width >> info.height >> info.planes;
-    stream >> info.bitsPerPixel >> info.compression >> info.imageSize;
-    stream >> info.dotsPerMeterX >> info.dotsPerMeterY >> info.colorsUsed >> info.colorsImportant;
-    return stream.status() == QDataStream::Ok;
+    QByteArray bytes(kHeaderBytes, '\0');
+    if (readAvailable(*stream.device(), reinterpret_cast<uchar *>(bytes.data()), kHeaderBytes) !=
+        kHeaderBytes) {
+        stream.setStatus(QDataStream::ReadPastEnd);
+        return false;
+    }
+    QDataStream in(bytes);
+    in.setByteOrder(QDataStream::LittleEndian);
+    in.readRawData(file.magic, sizeof file.magic);
+    in >> file.fileSize >> file.reserved1 >> file.reserved2 >> file.dataOffset;
+    in >> info.informationHeaderSize >> info.width >> info.height >> info.planes;
+    in >> info.bitsPerPixel >> info.compression >> info.imageSize;
+    in >> info.dotsPerMeterX >> info.dotsPerMeterY >> info.colorsUsed >> info.colorsImportant;
+    return true;
+}
+
+std::optional<quint32> readCount(QIODevice &device)
+{
+    uchar bytes[kCountBytes];
+    if (readAvailable(device, bytes, kCountBytes) != kCountBytes)
+        return std::nullopt;
+    return qFromLittleEndian<quint32>(bytes);
 }
 
 bool writeFileHeader(QDataStream &stream, const HrleFileHeader &file)
