@@ -3,14 +3,15 @@
 #include <vellum/vellum.h>
 
 #include <QRunnable>
-#include <QSemaphore>
 #include <QThread>
 #include <QThreadPool>
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <condition_variable>
 #include <cstring>
+#include <functional>
+#include <mutex>
 #include <support/images.h>
 #include <support/profiles.h>
 #include <vector>
@@ -306,23 +307,32 @@ TEST(ConvertColors, FromEveryWorkerOfThePoolAtOnce)
     const Vellum expected = convertColors(image, QByteArray(), matrixProfile());
     QThreadPool *const pool = QThreadPool::globalInstance();
     const int jobs = pool->maxThreadCount() * 3;
-    QSemaphore finished;
-    std::atomic<int> right {0};
+    std::mutex mutex;
+    std::condition_variable changed;
+    int finished = 0;
+    int right = 0;
     struct Job : QRunnable
     {
         std::function<void()> body;
         void run() override { body(); }
     };
+    std::unique_lock lock(mutex);
     for (int i = 0; i < jobs; ++i) {
         auto *const job = new Job;
         job->body = [&] {
-            right +=
-                bool(samePixels(convertColors(image, QByteArray(), matrixProfile()), expected));
-            finished.release();
+            { // until all have been started
+                const std::lock_guard started(mutex);
+            }
+            const Vellum result = convertColors(image, QByteArray(), matrixProfile());
+            const std::lock_guard done(mutex);
+            right += bool(samePixels(result, expected));
+            ++finished;
+            changed.notify_one();
         };
         pool->start(job);
     }
-    EXPECT_TRUE(finished.tryAcquire(jobs, 60000));
+    EXPECT_TRUE(changed.wait_for(lock, std::chrono::minutes(1), [&] { return finished == jobs; }));
+    lock.unlock();
     pool->waitForDone();
     EXPECT_EQ(right, jobs);
 }

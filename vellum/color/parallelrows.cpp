@@ -1,11 +1,12 @@
 #include <vellum/color/parallelrows_p.h>
 
 #include <QRunnable>
-#include <QSemaphore>
 #include <QThreadPool>
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 
 namespace vellum::color {
 
@@ -19,7 +20,10 @@ struct Work
     std::atomic<qint64> next {0};
     std::atomic<qint64> done {0};
     std::atomic<bool> stop {false};
-    QSemaphore finished;
+    // Not QSemaphore, whose waiting a ThreadSanitizer cannot see.
+    std::mutex mutex;
+    std::condition_variable changed;
+    int helpers = 0; // at work; guarded by mutex
 
     /// \return false when there is nothing left to do
     bool runChunk()
@@ -44,28 +48,38 @@ public:
 
     void run() override
     {
+        { // pairs with the lock under which it was started
+            const std::lock_guard lock(m_work->mutex);
+        }
         while (m_work->runChunk()) { }
-        m_work->finished.release();
+        const std::lock_guard lock(m_work->mutex);
+        --m_work->helpers;
+        m_work->changed.notify_one();
     }
 
 private:
-    std::shared_ptr<Work> m_work; // also keeps the semaphore until release() has returned
+    std::shared_ptr<Work> m_work; // whoever lets go last destroys it
 };
 
 /// Starts up to \a wanted helpers. Only threads that run at once: a helper that waited in the
 /// pool's queue could be waiting for the very worker that waits for it.
-int startHelpers(const std::shared_ptr<Work> &work, qint64 wanted)
+void startHelpers(const std::shared_ptr<Work> &work, qint64 wanted)
 {
     QThreadPool *const pool = QThreadPool::globalInstance();
-    int started = 0;
-    while (started < wanted && started + 1 < pool->maxThreadCount()) {
+    const std::lock_guard lock(work->mutex);
+    while (work->helpers < wanted && work->helpers + 1 < pool->maxThreadCount()) {
         auto helper = std::make_unique<Helper>(work);
         if (!pool->tryStart(helper.get()))
             break;
         static_cast<void>(helper.release()); // the pool deletes it
-        ++started;
+        ++work->helpers;
     }
-    return started;
+}
+
+void waitForHelpers(Work &work)
+{
+    std::unique_lock lock(work.mutex);
+    work.changed.wait(lock, [&work] { return work.helpers == 0; });
 }
 
 } // namespace
@@ -83,9 +97,9 @@ bool forRowsInParallel(const Vellum &image, int rowsPerChunk, const RowsOperatio
     };
     if (!report())
         return false;
-    const int helpers = startHelpers(work, (work->height - 1) / rowsPerChunk);
+    startHelpers(work, (work->height - 1) / rowsPerChunk);
     while (work->runChunk() && report()) { }
-    work->finished.acquire(helpers);
+    waitForHelpers(*work);
     return !work->stop.load(std::memory_order_relaxed) && report();
 }
 

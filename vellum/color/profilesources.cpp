@@ -8,24 +8,24 @@ namespace vellum::color {
 
 namespace {
 
-QMutex pathMutex;
+std::mutex pathMutex;
 QString iccProfilePath; // guarded by pathMutex
 
 constexpr int kHeaderBytes = 128;
 
 } // namespace
 
-void setProfileFolder(const QString &folder)
+void setProfileFolder(QString folder)
 {
-    const QMutexLocker lock(&pathMutex);
-    iccProfilePath = folder;
+    const std::lock_guard lock(pathMutex);
+    iccProfilePath.swap(folder);
 }
 
 QString iccFilePath(const QString &fileName)
 {
     const QString below = QStringLiteral("share/color/icc/") + fileName;
     // The lock is held for Qt as well, which caches the folder when it is first asked.
-    const QMutexLocker lock(&pathMutex);
+    const std::lock_guard lock(pathMutex);
     if (!iccProfilePath.isEmpty())
         return iccProfilePath + below;
     // Asked without an application object, Qt would warn, at every image.

@@ -4,8 +4,9 @@
 #include <vellum/color/owners_p.h>
 
 #include <QByteArray>
-#include <QMutex>
 #include <QString>
+
+#include <mutex>
 
 namespace vellum::color {
 
@@ -15,7 +16,7 @@ constexpr char kXyzFile[] = "XYZ-D50-Identity-vorn-V4.icc";
 
 /// Sets the folder under which "share/color/icc/" is looked for; used as it is, without a
 /// separator added. Empty for the folder of the application.
-void setProfileFolder(const QString &folder);
+void setProfileFolder(QString folder);
 
 /// Path of the ICC file \a fileName. Before there is an application object its folder is unknown
 /// and counts as empty.
@@ -57,27 +58,27 @@ public:
     {
         if (const QByteArray known = bytes(); !known.isEmpty())
             return known;
-        const QByteArray fetched = fetch();
-        const QMutexLocker lock(&m_mutex);
+        QByteArray fetched = fetch();
+        const std::lock_guard lock(m_mutex);
         if (m_bytes.isEmpty()) // or another thread, or set(), was faster
-            m_bytes = fetched;
+            m_bytes.swap(fetched);
         return m_bytes;
     }
 
-    void set(const QByteArray &profile)
+    void set(QByteArray profile)
     {
-        const QMutexLocker lock(&m_mutex);
-        m_bytes = profile;
+        const std::lock_guard lock(m_mutex);
+        m_bytes.swap(profile);
     }
 
 private:
     QByteArray bytes()
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         return m_bytes;
     }
 
-    QMutex m_mutex;
+    std::mutex m_mutex; // not Qt's, whose locking a ThreadSanitizer cannot see
     QByteArray m_bytes;
 };
 

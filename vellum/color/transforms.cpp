@@ -10,8 +10,8 @@ namespace {
 void setAlarmCodes()
 {
     constexpr cmsUInt16Number codes[cmsMAXCHANNELS] = {0xff, 0xff, 0xff, 0xff};
-    static QMutex mutex;
-    const QMutexLocker lock(&mutex);
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
     cmsSetAlarmCodes(codes);
 }
 
