@@ -2,7 +2,7 @@
 //
 // Usage: vellum_bench [TEXT...] [--benchmark_...]    only comparisons whose name contains a TEXT
 
-#include <QtGlobal>
+#include <QCoreApplication>
 
 #include <benchmark/benchmark.h>
 
@@ -102,6 +102,7 @@ vellum::bench::Register::Register(std::string name, std::function<Comparison()> 
 
 int main(int argc, char **argv)
 {
+    const QCoreApplication application(argc, argv); // whose folder holds the colour profiles
     std::vector<char *> args(argv, argv + argc);
     // Interleaved, so that a busy moment of a shared machine does not hit one side only.
     char defaults[][48] = {"--benchmark_repetitions=9",

@@ -25,6 +25,7 @@ struct Command
 
 Command infoCommand(CLI::App &app);
 Command convertCommand(CLI::App &app);
+Command profileCommand(CLI::App &app);
 
 inline void addVerboseOption(CLI::App &command)
 {

@@ -3,6 +3,7 @@
 #include "command.h"
 #include "failure.h"
 #include "outputfile.h"
+#include "profiles.h"
 #include "reading.h"
 #include "rows.h"
 
@@ -26,6 +27,8 @@ struct Options
     std::string output;
     Storage storage = Storage::Auto;
     Progress::Mode progress = Progress::Mode::Auto;
+    std::string toProfile; // empty: the colours stay as they are
+    ColorConversion conversion;
 };
 
 /// The kind of file that \a fileName asks for, as QImageWriter calls it; empty for HRLE.
@@ -99,6 +102,20 @@ QString described(const Vellum &picture)
              QLatin1String(storageName(picture.isBigImage() ? Storage::Big : Storage::Plain)));
 }
 
+/// The profile to convert to; empty for none.
+QByteArray targetProfile(const Options &options)
+{
+    if (options.toProfile.empty())
+        return {};
+    const QString name = fromShell(options.toProfile);
+    const QByteArray profile = profileNamed(name);
+    if (describeProfile(profile).colorSpace == QLatin1String("CMYK")) {
+        throw Failure(UsageError, name,
+                      QStringLiteral("no kind of file that is known here holds CMYK"));
+    }
+    return profile;
+}
+
 int run(const Options &options)
 {
     const QString inName = fromShell(options.input);
@@ -112,6 +129,7 @@ int run(const Options &options)
     };
 
     const QByteArray kind = outputKind(outName);
+    const QByteArray profile = targetProfile(options);
     PictureReader reader(inName);
     if (kind.isEmpty())
         checkFitsHrle(reader.header().size, outName);
@@ -123,6 +141,10 @@ int run(const Options &options)
     tell(inName, "read", picture);
 
     progress.begin("convert", 50, 75);
+    if (!profile.isEmpty()) {
+        picture = toProfile(picture, inName, profile, options.conversion, progress);
+        tell(outName, "colours converted", picture);
+    }
     if (kind.isEmpty())
         checkFitsHrle(picture.size(), outName); // not every header tells the size
     const QImage::Format format = kind.isEmpty() ? QImage::Format_Grayscale8 : picture.format();
@@ -157,6 +179,24 @@ Command convertCommand(CLI::App &app)
                      "The file to write; its ending says which kind: .hrle (8-bit grey),\n"
                      "or any kind Qt writes")
         ->required();
+    using Intent = RenderingIntent;
+    command
+        ->add_option("--to-profile", options->toProfile,
+                     "Convert the colours to this profile: srgb, cmyk (the press of\n"
+                     "share/color/icc), or an ICC file. From the picture's own profile, or\n"
+                     "sRGB when it has none")
+        ->type_name("FILE|srgb|cmyk");
+    addChoice(*command, "--intent", options->conversion.intent,
+              {{"perceptual", Intent::Perceptual},
+               {"relative", Intent::RelativeColorimetric},
+               {"saturation", Intent::Saturation},
+               {"absolute", Intent::AbsoluteColorimetric}},
+              "What becomes of colours that the profile does not have\n"
+              "(perceptual is the default)");
+    addChoice(*command, "--black-point", options->conversion.blackPointCompensation,
+              {{"off", false}, {"on", true}},
+              "on: the darkest colour becomes the darkest of the profile (off is\n"
+              "the default)");
     addStorageOption(*command, options->storage);
     addProgressOption(*command, options->progress);
     addVerboseOption(*command);

@@ -1,5 +1,6 @@
 #include "cancel.h"
 #include "command.h"
+#include "datafolder.h"
 #include "failure.h"
 #include "messages.h"
 
@@ -30,7 +31,7 @@ int runCommand(int argc, char **argv)
                "  vellum convert photo.jpg photo.hrle\n\n"
                "Exit codes: 0 done, 1 wrong usage, 2 an input cannot be read,\n"
                "3 the output cannot be written, 130 cancelled.");
-    const Command commands[] = {infoCommand(app), convertCommand(app)};
+    const Command commands[] = {infoCommand(app), convertCommand(app), profileCommand(app)};
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
@@ -57,6 +58,7 @@ int main(int argc, char **argv)
     takeOverMessages();
     watchForCancel();
     const QCoreApplication qt(argc, argv);
+    setUpDataFolder();
     try {
         const int code = runCommand(argc, argv);
         NoForcedEnd().untilTheEnd();

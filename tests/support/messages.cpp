@@ -1,17 +1,16 @@
-#include <QMutex>
-
+#include <mutex>
 #include <support/messages.h>
 
 namespace vellum::test {
 
 namespace {
 
-QMutex mutex;
+std::mutex mutex;
 QStringList collected;
 
 void collect(QtMsgType, const QMessageLogContext &, const QString &message)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     collected.append(message);
 }
 
@@ -27,7 +26,7 @@ MessageLog::~MessageLog() { qInstallMessageHandler(m_previous); }
 
 QStringList MessageLog::messages() const
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     return collected;
 }
 

@@ -7,11 +7,24 @@
 
 namespace vellum::color {
 
+struct CloseProfile
+{
+    void operator()(void *profile) const noexcept { cmsCloseProfile(profile); }
+};
+
 struct DeleteTransform
 {
     void operator()(void *transform) const noexcept { cmsDeleteTransform(transform); }
 };
 
+using Profile = std::unique_ptr<void, CloseProfile>;
 using Transform = std::unique_ptr<void, DeleteTransform>;
+
+/// The transform into CMYK that the images of a chain share. Whoever empties the record releases
+/// the transform for all of them.
+struct SaveTransform
+{
+    Transform transform;
+};
 
 } // namespace vellum::color

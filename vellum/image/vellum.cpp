@@ -1,4 +1,3 @@
-#include <vellum/color/owners_p.h>
 #include <vellum/image/imagedata_p.h>
 #include <vellum/image/rowstore_p.h>
 #include <vellum/image/vellum.h>
@@ -9,21 +8,25 @@ using vellum::image::releaseData;
 using vellum::image::shareData;
 
 // The row store is an incomplete type in the header: its holders are made and destroyed here.
-Vellum::Vellum() = default;
+Vellum::Vellum() { prepareCmykToRgbTransform(); }
 
 Vellum::Vellum(const Vellum &other) : QImage() // NOLINT(*-init): the assignment shares the base
 {
     *this = other;
 }
 
-Vellum::Vellum(const QImage &image) : QImage(image) { }
+Vellum::Vellum(const QImage &image) : QImage(image) { prepareCmykToRgbTransform(); }
 
-Vellum::Vellum(int w, int h, QImage::Format format) : QImage(w, h, format) { }
+Vellum::Vellum(int w, int h, QImage::Format format) : QImage(w, h, format)
+{
+    prepareCmykToRgbTransform();
+}
 
 Vellum::Vellum(uchar *data, int w, int h, QImage::Format format, void (*cleanup)(void *),
                void *cleanupInfo)
     : QImage(data, w, h, format, cleanup, cleanupInfo)
 {
+    prepareCmykToRgbTransform();
 }
 
 Vellum::~Vellum()
@@ -90,11 +93,9 @@ bool Vellum::isLastHolder() const
 
 void Vellum::clear()
 {
-    using vellum::color::Transform;
     m_rowBlocks.reset();
-    Transform(std::exchange(m_iccReadTransform, nullptr)).reset();
-    if (!m_prevImage) // the images after the head of a chain only borrow its transform
-        Transform(std::exchange(m_saveCmykTransform, nullptr)).reset();
+    releaseIccReadTransform();
+    releaseSaveCmyk();
     setPsdLayerData(nullptr);
     if (m_exifData)
         setExifData(nullptr, 0);
@@ -138,8 +139,6 @@ unsigned int Vellum::getReadOptions() const { return m_readOptions; }
 void Vellum::setSaveAsCmyk(bool saveAsCmyk) { m_saveAsCmyk = saveAsCmyk; }
 
 bool Vellum::getSaveAsCmyk() const { return m_saveAsCmyk; }
-
-bool Vellum::hasSaveCmykTransform() const { return m_saveCmykTransform != nullptr; }
 
 void Vellum::setOrgFileCmyk(bool cmyk) { m_orgFileCmyk = cmyk; }
 

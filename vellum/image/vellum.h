@@ -10,8 +10,16 @@
 #include <QImage>
 #include <QList>
 
+#include <atomic>
+#include <memory>
+
 namespace vellum::image {
 class RowStore;
+}
+
+namespace vellum::color {
+class ProfileCache;
+struct SaveTransform;
 }
 
 /// An image whose rows lie in one buffer, as in any QImage (a plain image), or in a store of
@@ -34,10 +42,9 @@ class RowStore;
 /// colour table and so on) belongs to each image of its own; setting it never copies pixels.
 ///
 /// \par Attachments
-/// EXIF and layer records and the colour transforms belong to the image object that was given
-/// them. Copies do not get them. They are released with the image object, provided that no other
-/// image shares its pixels at that moment; an assignment to the image forgets them without
-/// releasing them.
+/// EXIF and layer records belong to the image object that was given them. Copies do not get them.
+/// They are released with the image object, provided that no other image shares its pixels at that
+/// moment; an assignment to the image forgets them without releasing them.
 ///
 /// \par Threads
 /// An image object is not locked. Different threads may read rows of one image, or write
@@ -74,13 +81,14 @@ public:
 
     /// Shares \a other's pixels and takes over its ICC profile and CMYK-origin flag.
     ///
-    /// Attachments and transforms of this image are forgotten, not released. Progress callback,
+    /// Attachments of this image are forgotten, not released, and its transforms are dropped (that
+    /// for saving stays with the other images of its chain). Progress callback,
     /// chain links, offset, layer groups, read options, save-as-CMYK flag, colour-space factory,
     /// channel buffer and detach state stay as they were.
     Vellum &operator=(const Vellum &other);
 
-    /// Shares the pixels of a plain image. Attachments and transforms of this image are forgotten,
-    /// not released; everything else stays as it was.
+    /// Shares the pixels of a plain image. Attachments of this image are forgotten, not released,
+    /// and its transforms are dropped; everything else stays as it was.
     ///
     /// Callers rely on a quirk: a big image whose pixels others still share keeps its store (and
     /// isBigImage()); assign a Vellum to be sure to drop it.
@@ -271,9 +279,6 @@ public:
     void setSaveAsCmyk(bool saveAsCmyk);
     bool getSaveAsCmyk() const;
 
-    /// True while a transform for saving as CMYK is prepared.
-    bool hasSaveCmykTransform() const;
-
     /// Whether the file that the image came from was CMYK.
     void setOrgFileCmyk(bool cmyk);
     bool isOrgFileCmyk() const;
@@ -281,6 +286,67 @@ public:
     /// The ICC profile of the image's file, as complete serialised bytes; empty for none.
     void setIccProfile(const QByteArray &profile);
     QByteArray getIccProfile() const;
+    /// @}
+
+    /// \name Colour
+    /// Profiles are the bytes of a complete ICC profile; no bytes mean no profile. Transforms use
+    /// rendering intent 0 (perceptual), no black-point compensation, and lcms2's format codes (see
+    /// CVlLcmsManager::toLcmsFormat()). A transform that cannot be made, because the profile is
+    /// damaged or does not fit the format, is null; functions that use it then do nothing.
+    /// Lines are given as to lcms2: lineCount lines of pixelsPerLine pixels, so many bytes apart.
+    /// @{
+
+    /// Converts the pixels in place from \a icc to sRGB; format and alpha stay.
+    ///
+    /// The pixels stay as they are when there is no such transform: the image is null or its
+    /// format has no lcms2 code, \a icc is empty, damaged, cut off, or of another colour space
+    /// than the pixels. Grey pixels always stay, in the colour space of their profile: sRGB has
+    /// no grey pixels. getIccProfile() does not change. For other conversions see
+    /// vellum::convertColors().
+    void doNormalIccTransform(QByteArray &icc);
+
+    /// Makes the image's transform for reading, from \a icc to sRGB; an earlier one is replaced,
+    /// by null if need be. Does nothing when \a icc is empty. Input in \c TYPE_Lab_8 or
+    /// \c TYPE_Lab_16 is taken as Lab of D50 white, whatever \a icc holds.
+    void prepareIccReadTransform(unsigned int inFormat, unsigned int outFormat, QByteArray &icc);
+    void doIccTransformRead(const void *in, void *out, unsigned int pixelsPerLine,
+                            unsigned int lineCount, unsigned int bytesPerLineIn,
+                            unsigned int bytesPerLineOut); ///< Uses the transform for reading.
+    void releaseIccReadTransform(); ///< Deletes the transform for reading.
+
+    /// Makes the transform for saving as CMYK anew, from sRGB pixels of \a format to 8-bit CMYK of
+    /// "cmyk.icm": for a writer that changed the pixel format since saving prepared it.
+    ///
+    /// This image and all after it in its chain get the transform and getSaveAsCmyk(). The head of
+    /// the chain releases it, for all of them, when its save ends or with its pixels.
+    ///
+    /// There is none for formats without an lcms2 code and for grey: a writer that finds
+    /// hasSaveCmykTransform() false expands rows to RGB32, calls this with QImage::Format_RGB32
+    /// and hands those rows to doCmykTransform().
+    void rePrepareSaveCmyk(QImage::Format format);
+    void doCmykTransform(const void *in, void *out, unsigned int pixelsPerLine,
+                         unsigned int lineCount, unsigned int bytesPerLineIn,
+                         unsigned int bytesPerLineOut); ///< Uses the transform for saving.
+
+    /// True while there is a transform for saving as CMYK; getSaveAsCmyk() stays true after it.
+    bool hasSaveCmykTransform() const;
+
+    /// Converts \a count pixels, sRGB in the byte order B, G, R, to C, M, Y, K of "cmyk.icm"
+    /// (255 = full ink). The result comes first. Does nothing while the file has not been found:
+    /// every construction of an image looks for it, and writes two debug lines when it is missing.
+    /// May be called from any thread.
+    static void BgrToCmyk(unsigned char *cmyk, unsigned char *bgr, unsigned int count);
+    /// The way back, of BgrToCmyk(), from C, M, Y, K to B, G, R.
+    static void CmykToBgr(unsigned char *bgr, unsigned char *cmyk, unsigned int count);
+
+    /// "cmyk.icm" of the profile folder; empty, with a debug line, when it cannot be read.
+    /// CVlLcmsManager::setDefaultCmykIcc() does not change it. \return always true
+    bool getCmykIccProfile(QByteArray &out);
+    /// The profile of CVlLcmsManager::getDefaultLabIccProfile(). \return always true
+    bool getLabIccProfile(QByteArray &out);
+    /// The profile of CVlLcmsManager::getDefaultXyzIccProfile(); mind its note on integer formats.
+    /// \return always true
+    bool getXyzIccProfile(QByteArray &out);
     /// @}
 
     /// \name Attachments
@@ -404,6 +470,10 @@ private:
     template <typename Setter>
     auto withOwnMetadata(Setter setter);
     static bool replacePixels(Vellum &image, const Vellum &pixels);
+    static void prepareCmykToRgbTransform();
+    void prepareSaveCmyk();
+    void prepareSaveCmyk(QImage::Format format);
+    void releaseSaveCmyk();
 
     // Set to null by every constructor; kept free for additions that keep the layout.
     void *m_reserved1 = nullptr;
@@ -425,8 +495,8 @@ private:
     qint64 m_detachBytesPerLine = 0;
     unsigned int m_readOptions = 0;
     bool m_saveAsCmyk = false;
-    void *m_saveCmykTransform = nullptr; // lcms2 transform, owned by the head of a chain
-    void *m_iccReadTransform = nullptr; // lcms2 transform
+    std::shared_ptr<vellum::color::SaveTransform> m_saveCmykTransform; // shared by a chain
+    std::shared_ptr<void> m_iccReadTransform; // lcms2 transform with its deleter
     bool m_orgFileCmyk = false;
     int m_progressBase = 0;
     double m_progressScale = 1.0;
@@ -435,4 +505,10 @@ private:
     int m_channelCount = 0;
     int m_channelBits = 8;
     int m_channelsBytes = 0; // size of m_channelsData
+
+    static vellum::color::ProfileCache m_cmykProfile;
+    static vellum::color::ProfileCache m_labProfile;
+    static vellum::color::ProfileCache m_xyzProfile;
+    static std::atomic<void *> m_cmykToRgbTransform; // lcms2 transform
+    static std::atomic<void *> m_rgbToCmykTransform; // lcms2 transform
 };

@@ -1,0 +1,102 @@
+#include "profiles.h"
+
+#include "cancel.h"
+#include "failure.h"
+#include "progress.h"
+#include "rows.h"
+
+#include <QColorSpace>
+#include <QFile>
+
+namespace vellum::tool {
+
+namespace {
+
+constexpr qint64 kMostProfileBytes = 64 << 20; // real ones have a few megabytes
+
+/// A format that convertColors() takes and that loses nothing of \a picture, whose pixels are
+/// colours of \a space.
+QImage::Format convertibleFormat(const Vellum &picture, const QString &space)
+{
+    const QImage::Format format = picture.format();
+    const bool grey = format == QImage::Format_Grayscale8 || format == QImage::Format_Grayscale16;
+    const bool fits = grey ? space == QLatin1String("Gray") : space != QLatin1String("Gray");
+    if (CVlLcmsManager::toLcmsFormat(format) != 0 && fits)
+        return format;
+    if (space == QLatin1String("Gray"))
+        return QImage::Format_Grayscale8;
+    if (picture.depth() == 64 || format == QImage::Format_Grayscale16)
+        return picture.hasAlphaChannel() ? QImage::Format_RGBA64 : QImage::Format_RGBX64;
+    return picture.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32;
+}
+
+} // namespace
+
+QByteArray embeddedProfile(const Vellum &picture)
+{
+    const QByteArray own = picture.getIccProfile();
+    return own.isEmpty() ? picture.colorSpace().iccProfile() : own;
+}
+
+std::optional<QByteArray> readIccFile(const QString &fileName)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        throw Failure(InputError, fileName, file.errorString());
+    if (file.peek(40).mid(36) != "acsp")
+        return std::nullopt;
+    if (file.size() > kMostProfileBytes)
+        throw Failure(InputError, fileName, QStringLiteral("too large for an ICC profile"));
+    return file.readAll();
+}
+
+QByteArray profileNamed(const QString &name)
+{
+    QByteArray icc;
+    if (name == QLatin1String("srgb")) {
+        icc = QColorSpace(QColorSpace::SRgb).iccProfile();
+    } else if (name == QLatin1String("cmyk")) {
+        CVlLcmsManager::getDefaultCmykIccProfile(icc);
+        if (icc.isEmpty()) {
+            throw Failure(InputError, QStringLiteral("share/color/icc/cmyk.icm"),
+                          QStringLiteral("not found; see VELLUM_DATA_DIR"));
+        }
+    } else {
+        icc = readIccFile(name).value_or(QByteArray());
+    }
+    const ProfileInfo info = describeProfile(icc);
+    if (!info.isValid())
+        throw Failure(InputError, name, info.problem);
+    return icc;
+}
+
+Vellum toProfile(const Vellum &picture, const QString &fileName, const QByteArray &profile,
+                 const ColorConversion &conversion, Progress &progress)
+{
+    const QByteArray from = embeddedProfile(picture);
+    const bool grey = picture.isGrayscale() && picture.depth() <= 16 && picture.colorCount() == 0;
+    const QString space = !from.isEmpty() ? describeProfile(from).colorSpace
+        : grey                            ? QStringLiteral("Gray")
+                                          : QStringLiteral("RGB");
+    const QImage::Format format = convertibleFormat(picture, space);
+    const Storage storage = picture.isBigImage() ? Storage::Big : Storage::Plain;
+    Vellum source = arranged(picture, format, storage, progress);
+    if (cancelFlag())
+        throw cancelled(fileName);
+    Vellum result;
+    {
+        const ProgressGuard guard = progress.watch(source);
+        result = convertColors(source, from, profile, conversion);
+    }
+    if (cancelFlag())
+        throw cancelled(fileName);
+    if (result.isNull()) {
+        throw Failure(InputError, fileName,
+                      QStringLiteral("its colours cannot be converted to this profile"));
+    }
+    // What Qt's writers embed; profiles that Qt does not understand stay out of the file.
+    result.setColorSpace(QColorSpace::fromIccProfile(profile));
+    return result;
+}
+
+} // namespace vellum::tool

@@ -1,0 +1,164 @@
+// vellum profile, and vellum convert --to-profile
+
+#include "tool.h"
+#include <vellum/vellum.h>
+
+#include <QColorSpace>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <gtest/gtest.h>
+
+#include <support/images.h>
+#include <support/profiles.h>
+
+using namespace vellum::test;
+
+namespace {
+
+/// A picture with an embedded profile that Qt's own plugins keep.
+QImage adobePicture()
+{
+    QImage image = photoLike(67, 41);
+    image.setColorSpace(QColorSpace(QColorSpace::AdobeRgb));
+    return image;
+}
+
+/// adobePicture() after a way through a PNG file.
+QImage asRead() { return QImage::fromData(encoded(adobePicture(), "png"), "png"); }
+
+} // namespace
+
+TEST(Profile, JsonHasTheFactsOfAnIccFile)
+{
+    const ToolResult result =
+        runTool({"profile", "--json", profileFile(QStringLiteral("cmyk.icm"))});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    const QJsonObject facts = QJsonDocument::fromJson(result.out).object();
+    EXPECT_EQ(facts["description"].toString(), "ISO Coated v2 300% (basICColor)");
+    EXPECT_EQ(facts["colorSpace"].toString(), "CMYK");
+    EXPECT_EQ(facts["connectionSpace"].toString(), "Lab");
+    EXPECT_EQ(facts["class"].toString(), "output");
+    EXPECT_EQ(facts["version"].toString(), "2.1");
+    EXPECT_EQ(facts["bytes"].toInt(), 1052612);
+    EXPECT_EQ(facts["intents"].toArray(),
+              QJsonArray({"perceptual", "relative", "saturation", "absolute"}));
+    EXPECT_EQ(facts["whitePoint"].toArray().size(), 3);
+    EXPECT_NEAR(facts["inkLimit"].toDouble(), 300, 3);
+}
+
+TEST(Profile, TextHasTheFactsOfAnIccFile)
+{
+    const ToolResult result = runTool({"profile", profileFile(QStringLiteral("cmyk.icm"))});
+    EXPECT_EQ(result.exitCode, 0);
+    for (const char *fact : {"ISO Coated v2 300%", "1052612 bytes", "2.1", "output", "CMYK", "Lab",
+                             "saturation", "ink limit"})
+        EXPECT_TRUE(result.out.contains(fact)) << fact << " in " << result.out.constData();
+}
+
+TEST(Profile, ExtractWritesThePicturesProfile)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+
+    const ToolResult result = runTool({"profile", "--extract", folder.path("out.icc"), picture});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(folder.read("out.icc"), asRead().colorSpace().iccProfile());
+    EXPECT_FALSE(folder.read("out.icc").isEmpty());
+}
+
+TEST(Profile, APictureWithoutOneIsAnInputError)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.ppm", encoded(photoLike(9, 5), "ppm"));
+    const ToolResult result = runTool({"profile", picture});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(isOneErrorLine(result.err, "no colour profile"));
+}
+
+TEST(Profile, ADamagedProfileIsAnInputError)
+{
+    const Folder folder;
+    const QByteArray icc = matrixProfile();
+    const QString file = folder.write("a.icc", icc.left(icc.size() - 1));
+    const ToolResult result = runTool({"profile", file});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(isOneErrorLine(result.err, "cut off"));
+}
+
+TEST(ConvertToProfile, SrgbIsWhatTheLibraryMakes)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+    const QByteArray srgb = QColorSpace(QColorSpace::SRgb).iccProfile();
+    vellum::ColorConversion conversion;
+    conversion.intent = vellum::RenderingIntent::RelativeColorimetric;
+    conversion.blackPointCompensation = true;
+    const QImage source = asRead().convertToFormat(QImage::Format_RGB32);
+    const Vellum expected =
+        vellum::convertColors(source, source.colorSpace().iccProfile(), srgb, conversion);
+    for (const char *storage : {"plain", "big"}) {
+        const ToolResult result =
+            runTool({"convert", "--to-profile", "srgb", "--intent", "relative", "--black-point",
+                     "on", "--storage", storage, picture, folder.path("b.png")});
+
+        ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+        const QImage written(folder.path("b.png"));
+        EXPECT_EQ(written.convertToFormat(QImage::Format_RGB32), expected.toImage());
+        EXPECT_EQ(written.colorSpace(), QColorSpace(QColorSpace::SRgb));
+        EXPECT_NE(expected.toImage(), source);
+    }
+}
+
+TEST(ConvertToProfile, GreyProfileGivesAGreyPicture)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+    const QString grey = folder.write("grey.icc", greyProfile());
+    const QImage source = asRead().convertToFormat(QImage::Format_RGB32);
+    const Vellum expected =
+        vellum::convertColors(source, source.colorSpace().iccProfile(), greyProfile());
+
+    const ToolResult result =
+        runTool({"convert", "--to-profile", grey, picture, folder.path("b.hrle")});
+
+    ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+    Vellum written;
+    ASSERT_TRUE(HrleHandler().readFile(written, folder.path("b.hrle")));
+    EXPECT_TRUE(samePixels(written, expected));
+}
+
+TEST(ConvertToProfile, CmykHasNoFileYet)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+    const ToolResult result =
+        runTool({"convert", "--to-profile", "cmyk", picture, folder.path("b.png")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(isOneErrorLine(result.err, "CMYK"));
+    EXPECT_EQ(folder.names(), QStringList {"a.png"});
+}
+
+TEST(ConvertToProfile, NoProfileIsAnInputError)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+    for (const QString &profile : {picture, folder.path("missing.icc")}) {
+        const ToolResult result =
+            runTool({"convert", "--to-profile", profile, picture, folder.path("b.png")});
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_TRUE(isOneErrorLine(result.err));
+    }
+}
+
+TEST(DataFolder, ComesFromTheEnvironment)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+    const QStringList arguments {"convert", "--to-profile", "cmyk", picture, folder.path("b.png")};
+    const ToolResult elsewhere = runToolAfter("export VELLUM_DATA_DIR=/nowhere", arguments);
+    EXPECT_EQ(elsewhere.exitCode, 2);
+    EXPECT_TRUE(isOneErrorLine(elsewhere.err, "cmyk.icm"));
+}

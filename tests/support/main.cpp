@@ -1,0 +1,21 @@
+// The main program of all tests. Its folder, that of the programs, holds the colour profiles.
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+#ifdef __SANITIZE_THREAD__
+// Qt is not built for ThreadSanitizer, which therefore does not see how its pool ends threads.
+extern "C" const char *__tsan_default_suppressions() // NOLINT(*-reserved-identifier)
+{
+    return "race:QThreadPoolPrivate::reset\n"
+           "race:QWaitCondition::~QWaitCondition\n";
+}
+#endif
+
+int main(int argc, char **argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,81 @@
+#include <vellum/color/profilesources_p.h>
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QtEndian>
+
+namespace vellum::color {
+
+namespace {
+
+std::mutex pathMutex;
+QString iccProfilePath; // guarded by pathMutex
+
+constexpr int kHeaderBytes = 128;
+
+} // namespace
+
+void setProfileFolder(QString folder)
+{
+    const std::lock_guard lock(pathMutex);
+    iccProfilePath.swap(folder);
+}
+
+QString iccFilePath(const QString &fileName)
+{
+    const QString below = QStringLiteral("share/color/icc/") + fileName;
+    // The lock is held for Qt as well, which caches the folder when it is first asked.
+    const std::lock_guard lock(pathMutex);
+    if (!iccProfilePath.isEmpty())
+        return iccProfilePath + below;
+    // Asked without an application object, Qt would warn, at every image.
+    const QString folder =
+        QCoreApplication::instance() ? QCoreApplication::applicationDirPath() : QString();
+    return folder + QLatin1Char('/') + below;
+}
+
+Profile openProfileFile(const QString &path)
+{
+    return Profile(cmsOpenProfileFromFile(path.toLocal8Bit().constData(), "r"));
+}
+
+Profile openCmykFile()
+{
+    const QString path = iccFilePath(QLatin1String(kCmykFile));
+    Profile profile = openProfileFile(path);
+    if (!profile)
+        qDebug() << "cmsOpenProfileFromFile failed:" << path;
+    return profile;
+}
+
+Profile openProfile(const QByteArray &icc)
+{
+    if (icc.size() < kHeaderBytes || qFromBigEndian<quint32>(icc.constData()) > quint32(icc.size()))
+        return nullptr;
+    return Profile(cmsOpenProfileFromMem(icc.constData(), cmsUInt32Number(icc.size())));
+}
+
+QByteArray serialised(const Profile &profile)
+{
+    cmsUInt32Number size = 0;
+    if (!profile || !cmsSaveProfileToMem(profile.get(), nullptr, &size) || size == 0 ||
+        size > quint32(std::numeric_limits<int>::max()))
+        return {};
+    QByteArray bytes(int(size), Qt::Uninitialized);
+    if (!cmsSaveProfileToMem(profile.get(), bytes.data(), &size))
+        return {};
+    return bytes;
+}
+
+QByteArray makeLabProfile()
+{
+    const cmsCIExyY white {0.33, 0.33, 1.0}; // not D50: this is the profile that callers expect
+    return serialised(Profile(cmsCreateLab2Profile(&white)));
+}
+
+QByteArray readXyzProfile()
+{
+    return serialised(openProfileFile(iccFilePath(QLatin1String(kXyzFile))));
+}
+
+} // namespace vellum::color
