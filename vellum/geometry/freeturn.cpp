@@ -12,10 +12,17 @@ namespace vellum::geometry {
 
 namespace {
 
-// A turned row crosses many source rows, and the next one crosses them close by: pieces of this
-// size keep what they touch of the source in the cache.
+// A turned row crosses many source rows, and the next one crosses them close by: a piece at a time
+// keeps what it touches of the source in the cache. Which width does was measured: under a gentle
+// slope narrow pieces are up to 2.7 times as fast as wide ones, under others wide ones up to twice
+// as fast as narrow ones.
 constexpr int kPieceRows = 64;
-constexpr int kPieceColumns = 256;
+
+int pieceColumns(const FreeTurn &turn)
+{
+    const bool gentle = 4 * std::abs(turn.sine) < kOnePixel; // within 14 degrees
+    return gentle ? 64 : 1024;
+}
 
 /// Result columns first to last - 1.
 struct Span
@@ -84,8 +91,9 @@ public:
         for (int i = 0; i < count; ++i)
             plans[i] = plan(first + i);
         const int width = m_result.width();
-        for (qint64 left = 0; left < width; left += kPieceColumns) {
-            const Span piece {left, qMin<qint64>(left + kPieceColumns, width)};
+        const int columns = pieceColumns(m_turn);
+        for (qint64 left = 0; left < width; left += columns) {
+            const Span piece {left, qMin<qint64>(left + columns, width)};
             for (int i = 0; i < count; ++i)
                 drawPiece(plans[i], piece);
         }
