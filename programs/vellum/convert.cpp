@@ -157,6 +157,7 @@ int run(const Options &options)
     } else {
         // Qt's writers know nothing of row blocks.
         picture = prepared(picture, format, Storage::Plain, progress, output);
+        clearPadding(picture); // BMP writes it
         writeOther(picture, kind, output);
     }
     output.commit();

@@ -307,22 +307,25 @@ TEST(ConvertColors, FromEveryWorkerOfThePoolAtOnce)
     const Vellum expected = convertColors(image, QByteArray(), matrixProfile());
     QThreadPool *const pool = QThreadPool::globalInstance();
     const int jobs = pool->maxThreadCount() * 3;
-    std::mutex mutex;
+    static std::mutex mutex;
     std::condition_variable changed;
     int finished = 0;
     int right = 0;
     struct Job : QRunnable
     {
         std::function<void()> body;
-        void run() override { body(); }
+        void run() override
+        {
+            { // until all have been made and started
+                const std::lock_guard started(mutex);
+            }
+            body();
+        }
     };
     std::unique_lock lock(mutex);
     for (int i = 0; i < jobs; ++i) {
         auto *const job = new Job;
         job->body = [&] {
-            { // until all have been started
-                const std::lock_guard started(mutex);
-            }
             const Vellum result = convertColors(image, QByteArray(), matrixProfile());
             const std::lock_guard done(mutex);
             right += bool(samePixels(result, expected));

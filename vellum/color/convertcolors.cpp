@@ -126,8 +126,11 @@ Vellum makeResult(const Vellum &image, QImage::Format format)
 }
 
 /// Runs \a transform over all rows. In place, on copies of the rows, lcms2 leaves alpha as it is.
-bool transformRows(Vellum &result, const Vellum &image, void *transform, bool inPlace)
+bool transformRows(Vellum &result, const Vellum &image, void *transform, unsigned int inCode,
+                   unsigned int outCode)
 {
+    const bool inPlace = inCode == outCode;
+    const bool hasUnusedByte = !inPlace && T_EXTRA(outCode) != 0;
     const auto width = static_cast<unsigned int>(image.width());
     const auto rowBytes = size_t(result.width()) * size_t(result.depth() / 8);
     const auto operation = [&](int first, int last) {
@@ -138,7 +141,7 @@ bool transformRows(Vellum &result, const Vellum &image, void *transform, bool in
                 return false;
             if (inPlace)
                 std::memcpy(out, in, rowBytes);
-            else
+            else if (hasUnusedByte)
                 std::memset(out, 0xff, rowBytes); // opaque
             cmsDoTransform(transform, inPlace ? out : in, out, width);
         }
@@ -188,7 +191,7 @@ Vellum convertColors(const Vellum &image, const QByteArray &source, const QByteA
     if (!transform)
         return {};
     Vellum result = makeResult(image, format);
-    if (result.isNull() || !transformRows(result, image, transform.get(), inCode == outCode))
+    if (result.isNull() || !transformRows(result, image, transform.get(), inCode, outCode))
         return {};
     result.setIccProfile(to);
     return result;

@@ -23,7 +23,7 @@ struct Work
     // Not QSemaphore, whose waiting a ThreadSanitizer cannot see.
     std::mutex mutex;
     std::condition_variable changed;
-    int helpers = 0; // at work; guarded by mutex
+    int helpers = 0; // at work; guarded by mutex once they have started
 
     /// \return false when there is nothing left to do
     bool runChunk()
@@ -41,6 +41,10 @@ struct Work
     }
 };
 
+/// Held while helpers are made and started. They pass through it before anything else: that Qt's
+/// pool orders their making before their running is nothing that a ThreadSanitizer sees.
+std::mutex startMutex;
+
 class Helper : public QRunnable
 {
 public:
@@ -48,8 +52,8 @@ public:
 
     void run() override
     {
-        { // pairs with the lock under which it was started
-            const std::lock_guard lock(m_work->mutex);
+        {
+            const std::lock_guard started(startMutex);
         }
         while (m_work->runChunk()) { }
         const std::lock_guard lock(m_work->mutex);
@@ -66,13 +70,13 @@ private:
 void startHelpers(const std::shared_ptr<Work> &work, qint64 wanted)
 {
     QThreadPool *const pool = QThreadPool::globalInstance();
-    const std::lock_guard lock(work->mutex);
+    const std::lock_guard lock(startMutex);
     while (work->helpers < wanted && work->helpers + 1 < pool->maxThreadCount()) {
         auto helper = std::make_unique<Helper>(work);
         if (!pool->tryStart(helper.get()))
             break;
         static_cast<void>(helper.release()); // the pool deletes it
-        ++work->helpers;
+        ++work->helpers; // none ends before all have started
     }
 }
 
