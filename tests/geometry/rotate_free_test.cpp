@@ -104,6 +104,19 @@ TEST(RotateFreely, SixteenAndSixtyFourBitsAreFillOnly)
     }
 }
 
+TEST(RotateFreely, PaddingBehindTheLastPixelIsFill)
+{
+    for (const auto format : {QImage::Format_Grayscale8, QImage::Format_RGB888}) {
+        const Vellum image = makeNoise(21, 10, format, Storage::Plain);
+        const Vellum result = image.rotated(30, 0x5a5a5a5aU);
+        const int pixelBytes = result.width() * image.depth() / 8;
+        ASSERT_LT(pixelBytes, result.bytesPerLine());
+        for (int y = 0; y < result.height(); ++y)
+            for (int i = pixelBytes; i < result.bytesPerLine(); ++i)
+                ASSERT_EQ(result.scanLineEx(y)[i], 0x5a);
+    }
+}
+
 TEST(RotateFreely, EveryResultRowIsReported)
 {
     for (const auto format : {QImage::Format_Mono, QImage::Format_Grayscale8, QImage::Format_RGB888,

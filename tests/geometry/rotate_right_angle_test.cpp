@@ -239,4 +239,15 @@ TEST(RotateQuarter, CopiesAndHalfTurnsReportNothing)
     EXPECT_TRUE(log.percentages.empty());
 }
 
+TEST(RotateQuarter, PixelsThatAreNotTurnedReportNothing)
+{
+    for (const auto format : {QImage::Format_RGB16, QImage::Format_RGBA64}) {
+        Vellum image = makeNoise(7, 5, format, Storage::Plain);
+        const ProgressLog log(image);
+        for (const double angle : {90.0, 270.0, 30.0})
+            EXPECT_FALSE(image.rotated(angle, 0U).isNull());
+        EXPECT_TRUE(log.percentages.empty());
+    }
+}
+
 } // namespace

@@ -7,8 +7,9 @@
 
 namespace vellum::convert {
 
-constexpr std::array<uchar, 256> makeReversedBits()
-{
+/// Entry i is i with bit 0 exchanged for bit 7, bit 1 for bit 6 and so on: it turns a byte of
+/// QImage::Format_Mono into one of Format_MonoLSB and back, and mirrors eight one-bit pixels.
+inline constexpr std::array<uchar, 256> kReversedBits = [] {
     std::array<uchar, 256> table {};
     for (unsigned i = 0; i < table.size(); ++i) {
         unsigned reversed = 0;
@@ -17,11 +18,7 @@ constexpr std::array<uchar, 256> makeReversedBits()
         table[i] = uchar(reversed);
     }
     return table;
-}
-
-/// Entry i is i with bit 0 exchanged for bit 7, bit 1 for bit 6 and so on: it turns a byte of
-/// QImage::Format_Mono into one of Format_MonoLSB and back, and mirrors eight one-bit pixels.
-constexpr std::array<uchar, 256> kReversedBits = makeReversedBits();
+}();
 
 /// \a bytes with the bits of each of the eight reversed, as by kReversedBits.
 constexpr quint64 withReversedBits(quint64 bytes)

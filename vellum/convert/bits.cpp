@@ -1,5 +1,5 @@
+#include <vellum/convert/bitreverse_p.h>
 #include <vellum/convert/bits_p.h>
-#include <vellum/convert/constants_p.h>
 #include <vellum/image/cpufeatures_p.h>
 
 namespace vellum::convert {

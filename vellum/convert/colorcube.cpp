@@ -1,6 +1,6 @@
 #include <vellum/convert/colorcube_p.h>
-#include <vellum/convert/constants_p.h>
 #include <vellum/convert/cubekernels_p.h>
+#include <vellum/convert/dithermatrix_p.h>
 #include <vellum/image/cpufeatures_p.h>
 
 namespace vellum::convert {

@@ -1,4 +1,4 @@
-#include <vellum/convert/constants_p.h>
+#include <vellum/convert/dithermatrix_p.h>
 #include <vellum/convert/monodither_p.h>
 #include <vellum/convert/monokernels_p.h>
 #include <vellum/image/cpufeatures_p.h>

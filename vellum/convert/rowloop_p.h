@@ -36,12 +36,6 @@ inline int storedPixels(const Vellum &image)
     return int(qMin<qint64>(image.width(), qint64(image.storedBytesPerLine()) * 8 / image.depth()));
 }
 
-/// True when \a image has a store that lacks rows or ends of rows.
-inline bool lacksPixels(const Vellum &image)
-{
-    return storedPixels(image) < image.width() || !image.scanLineEx(image.height() - 1);
-}
-
 /// Calls rowOp(out, in, width) once per row, top to bottom, until a row is null.
 ///
 /// Dst and Src are the pixels that the rows are handed over as, uchar or Pixel32; \a width counts

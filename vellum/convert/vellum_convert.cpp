@@ -1,7 +1,7 @@
 // Format conversion: members of Vellum.
 
-#include <vellum/convert/rowloop_p.h>
 #include <vellum/convert/table_p.h>
+#include <vellum/image/derived_p.h>
 
 #include <QStringList>
 
@@ -19,7 +19,7 @@ Vellum convertBigImage(const Vellum &source, QImage::Format format, Qt::ImageCon
     const auto convert = vellum::convert::copyingConverter(source.format(), format);
     if (!convert || !Vellum::create(result, source.width(), source.height(), format))
         return result;
-    if (vellum::convert::lacksPixels(source))
+    if (!vellum::image::isComplete(source))
         result.fill(0U); // what has no source
     convert(result, source, flags);
     return result;

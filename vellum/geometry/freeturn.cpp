@@ -97,6 +97,8 @@ public:
             for (int i = 0; i < count; ++i)
                 drawPiece(plans[i], piece);
         }
+        for (int i = 0; i < count; ++i)
+            fillPadding(plans[i].out);
     }
 
 private:
@@ -152,10 +154,17 @@ private:
         }
     }
 
+    void fillPadding(uchar *row) const
+    {
+        const qint64 end = qint64(m_result.width()) * m_bytesPerPixel;
+        if (m_fillRow)
+            std::memcpy(row + end, m_fillRow + end, size_t(m_result.bytesPerLine() - end));
+    }
+
     Vellum &m_result;
     const FreeTurn &m_turn;
     const Sampler &m_sampler;
-    const uchar *m_fillRow; // a result row of the fill value; null for one-bit results
+    const uchar *m_fillRow; // a whole result row of the fill value; null for one-bit results
     int m_bytesPerPixel;
     SampleRun m_run {};
 };
@@ -192,7 +201,7 @@ bool turnFreely(Vellum &result, const Vellum &source, const FreeTurn &turn, cons
         return false;
     std::unique_ptr<uchar[]> fillRow;
     if (const size_t bytesPerPixel = size_t(result.depth() / 8)) {
-        const size_t bytes = size_t(result.width()) * bytesPerPixel;
+        const auto bytes = size_t(result.bytesPerLine());
         fillRow.reset(new (std::nothrow) uchar[bytes]);
         if (!fillRow)
             return false;

@@ -43,8 +43,6 @@ Vellum::~Vellum()
 }
 
 // Attachments are forgotten, not released: callers keep using records they got from the image.
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the new reference is taken before the old
-// goes
 // Safe for self-assignment: the new reference is taken before the old one goes.
 Vellum &Vellum::operator=(const Vellum &other) // NOLINT(bugprone-unhandled-self-assignment)
 {

@@ -235,7 +235,7 @@ public:
     ///         degrees, the result is too large, or memory runs out
     ///
     /// Hands the percentage done to set_progress() after every row of the result, except for
-    /// copies and half turns. The answer is ignored.
+    /// copies, half turns and pixels of 16 and 64 bits. The answer is ignored.
     Vellum rotated(double angle, uint fillColor) const;
     /// @}
 

@@ -1,23 +1,9 @@
-// Constant tables of the pixel routines: bit reversal, dither matrix.
+// The pattern of ordered dithering.
 #pragma once
 
 #include <QtGlobal>
 
-#include <array>
-
 namespace vellum::convert {
-
-/// Entry i is i with its eight bits in reverse order.
-inline constexpr std::array<uchar, 256> kReversedBits = [] {
-    std::array<uchar, 256> table {};
-    for (unsigned i = 0; i < 256; ++i) {
-        unsigned reversed = 0;
-        for (unsigned bit = 0; bit < 8; ++bit)
-            reversed |= (i >> bit & 1U) << (7 - bit);
-        table[i] = uchar(reversed);
-    }
-    return table;
-}();
 
 /// Ordered-dither thresholds. Every value from 1 to 255 occurs once, and 1 a second time where
 /// the regular pattern would have 0.
