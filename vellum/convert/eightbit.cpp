@@ -18,7 +18,15 @@ uchar alphaOf(QRgb color) { return uchar(color >> 24); }
 
 void mapRow(uchar *out, const uchar *in, int width, const Bytes &bytes)
 {
-    for (int x = 0; x < width; ++x)
+    // Eight at once: one by one, the speed hangs on where the linker puts the loop.
+    int x = 0;
+    for (; x + 8 <= width; x += 8) {
+        uchar block[8];
+        std::memcpy(block, in + x, sizeof block);
+        for (int i = 0; i < 8; ++i)
+            out[x + i] = bytes[block[i]];
+    }
+    for (; x < width; ++x)
         out[x] = bytes[in[x]];
 }
 
