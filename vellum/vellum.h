@@ -1,11 +1,11 @@
 // Umbrella header: brings every public header of the library.
 #pragma once
 
-#include <vellum/convert/convert.h>
 #include <vellum/color/convertcolors.h>
 #include <vellum/color/lcmsmanager.h>
 #include <vellum/color/profileinfo.h>
 #include <vellum/color/renderingintent.h>
+#include <vellum/convert/convert.h>
 #include <vellum/export.h>
 #include <vellum/geometry/mirror.h>
 #include <vellum/geometry/rotate.h>
