@@ -8,7 +8,6 @@
 
 #include <cstring>
 #include <memory>
-#include <utility>
 
 namespace vellum::tool {
 

@@ -17,6 +17,12 @@ struct Options
     bool vertical = false;
 };
 
+Vellum mirrorImage(Vellum &picture, const Options &options, Progress &progress)
+{
+    const ProgressGuard guard = progress.watch(picture, ProgressGuard::Positions::Percent);
+    return mirrored(picture, options.horizontal, options.vertical);
+}
+
 int run(const Options &options)
 {
     Pipeline pipeline(options.files);
@@ -26,13 +32,7 @@ int run(const Options &options)
     pipeline.begin("mirror", 55);
     pipeline.move(picture);
     Progress &progress = pipeline.begin("mirror");
-    Vellum result;
-    {
-        const ProgressGuard guard = progress.watch(picture, ProgressGuard::Positions::Percent);
-        result = mirrored(picture, options.horizontal, options.vertical);
-    }
-    picture = pipeline.finished(result, "mirrored");
-    result = Vellum();
+    picture = pipeline.finished(mirrorImage(picture, options, progress), "mirrored");
     pipeline.write(picture);
     return Done;
 }

@@ -41,8 +41,9 @@ QColor parsedColor(const std::string &text)
     return color;
 }
 
-Vellum rotated(const Vellum &picture, const Options &options, vellum::Storage storage)
+Vellum rotated(Vellum &picture, const Options &options, vellum::Storage storage, Progress &progress)
 {
+    const ProgressGuard guard = progress.watch(picture, ProgressGuard::Positions::Percent);
     if (options.fill.isValid())
         return freeRotated(picture, options.angle, options.fill, storage);
     bool transparent = false;
@@ -59,13 +60,8 @@ int run(const Options &options)
     pipeline.move(picture);
     Progress &progress = pipeline.begin("rotate");
     const QSize size = QTransform().rotate(options.angle).mapRect(picture.rect()).size();
-    Vellum result;
-    {
-        const ProgressGuard guard = progress.watch(picture, ProgressGuard::Positions::Percent);
-        result = rotated(picture, options, pipeline.storageFor(size, picture.format()));
-    }
-    picture = pipeline.finished(result, "rotated");
-    result = Vellum();
+    const vellum::Storage storage = pipeline.storageFor(size, picture.format());
+    picture = pipeline.finished(rotated(picture, options, storage, progress), "rotated");
     pipeline.write(picture);
     return Done;
 }
