@@ -26,6 +26,10 @@ struct Command
 Command infoCommand(CLI::App &app);
 Command convertCommand(CLI::App &app);
 Command profileCommand(CLI::App &app);
+Command rotateCommand(CLI::App &app);
+Command mirrorCommand(CLI::App &app);
+Command cropCommand(CLI::App &app);
+Command pasteCommand(CLI::App &app);
 
 inline void addVerboseOption(CLI::App &command)
 {
@@ -36,9 +40,9 @@ inline void addVerboseOption(CLI::App &command)
 
 /// Adds an option whose value is one of \a names. Written out in the help as "auto|plain|big".
 template <typename Value>
-void addChoice(CLI::App &command, const std::string &option, Value &value,
-               std::initializer_list<std::pair<const char *, Value>> names,
-               const std::string &description)
+CLI::Option *addChoice(CLI::App &command, const std::string &option, Value &value,
+                       std::initializer_list<std::pair<const char *, Value>> names,
+                       const std::string &description)
 {
     std::string choices;
     for (const auto &name : names)
@@ -53,7 +57,8 @@ void addChoice(CLI::App &command, const std::string &option, Value &value,
         }
         throw CLI::ValidationError(option, "'" + text + "' is none of " + choices);
     };
-    command.add_option_function<std::string>(option, choose, description)->type_name(choices);
+    return command.add_option_function<std::string>(option, choose, description)
+        ->type_name(choices);
 }
 
 inline void addStorageOption(CLI::App &command, Storage &storage)

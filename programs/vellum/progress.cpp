@@ -67,10 +67,12 @@ Progress::~Progress()
 
 void Progress::begin(const char *name, int from, int to)
 {
+    const bool continues = qstrcmp(m_stage, name) == 0;
     m_stage = name;
     m_from = from;
     m_to = to;
-    show(from);
+    if (!continues)
+        show(from);
 }
 
 void Progress::report(int percent)
@@ -87,13 +89,13 @@ void Progress::reportPart(qint64 part, qint64 total)
         report(m_from + int(double(part) / double(total) * (m_to - m_from)));
 }
 
-ProgressGuard Progress::watch(Vellum &image)
+ProgressGuard Progress::watch(Vellum &image, ProgressGuard::Positions positions)
 {
     const auto report = [this](int percent) {
         this->report(percent);
         return true;
     };
-    return ProgressGuard(image, report, &cancelFlag(), m_from, (m_to - m_from) / 100.0);
+    return ProgressGuard(image, report, &cancelFlag(), m_from, (m_to - m_from) / 100.0, positions);
 }
 
 void Progress::finish()

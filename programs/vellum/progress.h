@@ -31,7 +31,7 @@ public:
     ~Progress(); ///< Removes a bar that did not get to the end.
 
     /// Begins the stage \a name, in percent of the whole. Shown at once: some stages cannot
-    /// tell how far they are.
+    /// tell how far they are. Several in a row with the same name count as one.
     void begin(const char *name, int from, int to);
 
     /// \a percent of the whole is done.
@@ -42,7 +42,8 @@ public:
 
     /// Shows the polls of operations on \a image as the progress of this stage, and has them
     /// cancelled when the user asks to stop, as long as the guard lives.
-    ProgressGuard watch(Vellum &image);
+    ProgressGuard watch(Vellum &image,
+                        ProgressGuard::Positions positions = ProgressGuard::Positions::Rows);
 
     /// All is done: shows 100 percent and the time taken.
     void finish();

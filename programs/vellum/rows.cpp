@@ -10,6 +10,13 @@ namespace vellum::tool {
 
 namespace {
 
+size_t pixelBytesOfRow(const Vellum &picture)
+{
+    return size_t((qint64(picture.width()) * picture.depth() + 7) / 8);
+}
+
+} // namespace
+
 void copyMetadata(Vellum &to, const Vellum &from)
 {
     if (to.format() == from.format())
@@ -22,47 +29,15 @@ void copyMetadata(Vellum &to, const Vellum &from)
     to.setIccProfile(from.getIccProfile());
 }
 
-size_t pixelBytesOfRow(const Vellum &picture)
-{
-    return size_t((qint64(picture.width()) * picture.depth() + 7) / 8);
-}
-
-} // namespace
-
 Vellum arranged(const Vellum &picture, QImage::Format format, Storage storage, Progress &progress)
 {
     const bool big = chooseStorage(storage, pixelBytes(picture.size(), format)) == Storage::Big;
     if (picture.format() == format && picture.isBigImage() == big)
         return picture;
-
-    const int width = picture.width();
-    Vellum result;
-    const auto create = big ? Vellum::createBig : Vellum::create;
-    if (!create(result, width, picture.height(), format))
-        return {};
-    copyMetadata(result, picture);
-
-    const ProgressGuard guard = progress.watch(result);
-    const size_t bytes = pixelBytesOfRow(result);
-    for (int y = 0; y < picture.height(); ++y) {
-        const uchar *const in = picture.scanLineEx(y);
-        uchar *const out = image_scanLine(&result, nullptr, y);
-        if (!in || !out)
-            return {};
-        if (picture.format() == format) {
-            std::memcpy(out, in, bytes);
-            continue;
-        }
-        QImage row(in, width, 1, picture.bytesPerLine(), picture.format());
-        if (picture.colorCount() > 0)
-            row.setColorTable(picture.colorTable());
-        row.setColorSpace(picture.colorSpace());
-        const QImage converted = row.convertToFormat(format);
-        if (converted.isNull())
-            return {};
-        std::memcpy(out, converted.constScanLine(0), bytes);
-    }
-    return result;
+    Vellum source = picture;
+    const ProgressGuard guard = progress.watch(source);
+    return converted(source, format, Qt::AutoColor,
+                     big ? vellum::Storage::Big : vellum::Storage::Plain);
 }
 
 void clearPadding(Vellum &picture)

@@ -30,10 +30,15 @@ protected:
     /// the end.
     void cancelIn(const QString &in, const QByteArray &stage)
     {
+        cancelIn(stage, {"convert", in, folder.path("out.png")});
+    }
+
+    /// The same with another command line.
+    void cancelIn(const QByteArray &stage, const QStringList &arguments)
+    {
         const QStringList before = folder.names();
-        RunningTool tool(
-            {"convert", "--progress", "json", "--storage", "big", in, folder.path("out.png")},
-            "export TSAN_OPTIONS=${TSAN_OPTIONS:-}:atexit_sleep_ms=0");
+        RunningTool tool(arguments + QStringList {"--progress", "json", "--storage", "big"},
+                         "export TSAN_OPTIONS=${TSAN_OPTIONS:-}:atexit_sleep_ms=0");
         ASSERT_TRUE(tool.waitForOutput('"' + stage + '"'));
         EXPECT_EQ(folder.names().size(), before.size() + 1)
             << "no temporary file beside the target";
@@ -64,6 +69,36 @@ TEST_P(Cancel, WhileMovingTheRows)
 }
 
 TEST_P(Cancel, WhileWriting) { cancelIn(folder.writeGreymap("in.pgm", 16000, 16000), "write"); }
+
+TEST_P(Cancel, WhileRotating)
+{
+    const QString in = folder.writeGreymap("in.pgm", 9000, 9000);
+    cancelIn("rotate", {"rotate", "--angle", "33", in, folder.path("out.png")});
+}
+
+TEST_P(Cancel, WhileMirroring)
+{
+    const QString in = folder.writeGreymap("in.pgm", 9000, 9000);
+    cancelIn("mirror", {"mirror", "--horizontal", in, folder.path("out.png")});
+}
+
+TEST_P(Cancel, WhileCropping)
+{
+    const QString in = folder.writeGreymap("in.pgm", 9000, 9000);
+    cancelIn("crop", {"crop", in, folder.path("out.png"), "-100", "-100", "9900", "9900"});
+}
+
+TEST_P(Cancel, WhilePasting)
+{
+    const QString in = folder.writeGreymap("in.pgm", 9000, 9000);
+    cancelIn("paste", {"paste", in, in, folder.path("out.png"), "-100", "-100"});
+}
+
+TEST_P(Cancel, WhileDithering)
+{
+    const QString in = folder.writeGreymap("in.pgm", 16000, 16000);
+    cancelIn("convert", {"convert", "--format", "mono", in, folder.path("out.png")});
+}
 
 // A decoder that waits for a device cannot be asked to stop: the process ends under it.
 TEST_P(Cancel, WhileTheDecoderHangs)

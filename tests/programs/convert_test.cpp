@@ -318,7 +318,9 @@ TEST_P(Help, HasAnExample)
 
 INSTANTIATE_TEST_SUITE_P(Commands, Help,
                          testing::Values(QStringList {}, QStringList {"info"},
-                                         QStringList {"convert"}));
+                                         QStringList {"convert"}, QStringList {"rotate"},
+                                         QStringList {"mirror"}, QStringList {"crop"},
+                                         QStringList {"paste"}));
 
 TEST(Version, IsThatOfTheProject)
 {

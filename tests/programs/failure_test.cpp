@@ -96,7 +96,32 @@ INSTANTIATE_TEST_SUITE_P(
                     QStringList {"convert", "a.png", "b.png", "c.png"},
                     QStringList {"convert", "--storage", "2", "a.png", "b.png"},
                     QStringList {"convert", "--progress", "no", "a", "b"},
-                    QStringList {"info", "--nosuch", "a.png"}));
+                    QStringList {"info", "--nosuch", "a.png"},
+                    QStringList {"convert", "--format", "rgb31", "a.png", "b.png"},
+                    QStringList {"convert", "--format", "", "a.png", "b.png"},
+                    QStringList {"convert", "--format", "invalid", "a.png", "b.png"},
+                    QStringList {"convert", "--format", "mono", "--dither", "no", "a", "b"},
+                    QStringList {"convert", "--dither", "ordered", "a.png", "b.png"},
+                    QStringList {"convert", "--prefer-dither", "a.png", "b.png"},
+                    QStringList {"rotate", "a.png", "b.png"},
+                    QStringList {"rotate", "a.png", "b.png", "--angle"},
+                    QStringList {"rotate", "a.png", "b.png", "--angle", "left"},
+                    QStringList {"rotate", "a.png", "b.png", "--angle", "9x"},
+                    QStringList {"rotate", "a.png", "b.png", "--angle", "nan"},
+                    QStringList {"rotate", "a.png", "b.png", "--angle", "inf"},
+                    QStringList {"rotate", "a.png", "--angle", "90"},
+                    QStringList {"rotate", "a", "b", "--angle", "9", "--fill", "nocolour"},
+                    QStringList {"mirror", "a.png", "b.png"},
+                    QStringList {"mirror", "--horizontal", "a.png"},
+                    QStringList {"crop", "a.png", "b.png"},
+                    QStringList {"crop", "a.png", "b.png", "1", "2", "3"},
+                    QStringList {"crop", "a.png", "b.png", "1", "2", "3", "0"},
+                    QStringList {"crop", "a.png", "b.png", "1", "2", "-3", "4"},
+                    QStringList {"crop", "a.png", "b.png", "1", "2", "3", "4.5"},
+                    QStringList {"crop", "a.png", "b.png", "99999999999", "2", "3", "4"},
+                    QStringList {"paste", "a.png", "b.png", "c.png"},
+                    QStringList {"paste", "a.png", "b.png", "c.png", "1"},
+                    QStringList {"paste", "a.png", "b.png", "c.png", "x", "y"}));
 
 TEST_F(Input, ThatIsMissing) { expectFailure(folder.path("missing.png"), 2, "missing.png: "); }
 

@@ -75,6 +75,15 @@ ToolResult runToolAfter(const QString &setUp, const QStringList &arguments)
     return RunningTool(arguments, setUp).finish();
 }
 
+testing::AssertionResult succeeds(const QStringList &arguments)
+{
+    const ToolResult result = runTool(arguments);
+    if (result.exitCode == 0 && result.out.isEmpty() && result.err.isEmpty())
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "exit code " << result.exitCode << ", \""
+                                       << result.out.constData() << result.err.constData() << "\"";
+}
+
 testing::AssertionResult isOneErrorLine(const QByteArray &text, const QString &word)
 {
     const bool good = text.startsWith("vellum: ") && text.count('\n') == 1 && text.endsWith('\n') &&

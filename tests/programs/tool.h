@@ -43,6 +43,9 @@ private:
     QByteArray m_out;
 };
 
+/// Success if the program does what \a arguments say, and says nothing.
+testing::AssertionResult succeeds(const QStringList &arguments);
+
 /// Success if \a text is "vellum: REST" with the given words in REST, and one line.
 testing::AssertionResult isOneErrorLine(const QByteArray &text, const QString &word = QString());
 
