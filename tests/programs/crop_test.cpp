@@ -92,8 +92,8 @@ INSTANTIATE_TEST_SUITE_P(
                                      QImage::Format_Grayscale8, QImage::Format_Grayscale16,
                                      QImage::Format_RGBA64),
                      testing::Values("auto", "plain", "big")),
-    [](const auto &info) {
-        return "Format" + std::to_string(std::get<0>(info.param)) + std::get<1>(info.param);
+    [](const auto &test) {
+        return "Format" + std::to_string(std::get<0>(test.param)) + std::get<1>(test.param);
     });
 
 TEST(CropFile, StorageDoesNotChangeIt)
@@ -190,9 +190,9 @@ INSTANTIATE_TEST_SUITE_P(
                                      QImage::Format_Mono, QImage::Format_Grayscale8,
                                      QImage::Format_RGBA64),
                      testing::Values("plain", "big")),
-    [](const auto &info) {
-        return "Format" + std::to_string(std::get<1>(info.param)) + "OnFormat" +
-            std::to_string(std::get<0>(info.param)) + std::get<2>(info.param);
+    [](const auto &test) {
+        return "Format" + std::to_string(std::get<1>(test.param)) + "OnFormat" +
+            std::to_string(std::get<0>(test.param)) + std::get<2>(test.param);
     });
 
 class PasteOnPalette : public testing::TestWithParam<QImage::Format>

@@ -59,7 +59,7 @@ TEST_P(ToFormat, GivesThePictureOfQImageOnBothStorages)
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, ToFormat, testing::ValuesIn(allFormats()),
-                         [](const auto &info) { return keyOf(info.param).toStdString(); });
+                         [](const auto &test) { return keyOf(test.param).toStdString(); });
 
 struct Dither
 {
