@@ -29,9 +29,6 @@ QByteArray convert(const QStringList &options, const QString &in, const QString 
     return result.err;
 }
 
-/// What a PNG file makes of \a image.
-QImage asPng(const QImage &image) { return QImage::fromData(encoded(image, "png"), "png"); }
-
 } // namespace
 
 class ToFormat : public testing::TestWithParam<QImage::Format>
