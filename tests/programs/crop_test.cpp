@@ -47,13 +47,22 @@ protected:
 
 using Crop = CuttingFormat;
 
-/// The colour of what lies outside pictures like photoLike(), none of whose colours is fully
-/// transparent.
-QColor outside(const QImage &picture)
+/// The colour of what lies outside pictures without a palette.
+QColor outsideColor(const QImage &picture)
 {
     if (picture.format() == QImage::Format_ARGB32)
         return Qt::transparent;
     return picture.format() == QImage::Format_RGB32 ? Qt::black : Qt::white;
+}
+
+/// The index of what lies outside pictures with one: the first transparent colour, or the first.
+uint outsideIndex(const QImage &picture)
+{
+    for (int i = 0; i < picture.colorCount(); ++i) {
+        if (qAlpha(picture.color(i)) == 0)
+            return uint(i);
+    }
+    return 0;
 }
 
 } // namespace
@@ -66,7 +75,6 @@ TEST_P(Crop, InsideIsACopy)
 
 TEST_P(Crop, OutsideIsFilled)
 {
-    const bool indexed = picture.colorCount() > 0; // and no transparent colour: the first one
     for (const QRect &area : {QRect(-9, -5, 80, 60), QRect(50, 40, 23, 17), QRect(-30, 10, 40, 4),
                               QRect(100, 0, 5, 5), QRect(0, -1000, 3, 2), QRect(5, 42, 3, 3)}) {
         QImage expected = picture.copy(area);
@@ -74,10 +82,10 @@ TEST_P(Crop, OutsideIsFilled)
             for (int x = 0; x < area.width(); ++x) {
                 if (picture.rect().contains(area.topLeft() + QPoint(x, y)))
                     continue;
-                if (indexed)
-                    expected.setPixel(x, y, 0);
+                if (picture.colorCount() > 0)
+                    expected.setPixel(x, y, outsideIndex(picture));
                 else
-                    expected.setPixelColor(x, y, outside(picture));
+                    expected.setPixelColor(x, y, outsideColor(picture));
             }
         }
         EXPECT_TRUE(samePixels(cropped(area), expected))
@@ -92,8 +100,8 @@ INSTANTIATE_TEST_SUITE_P(
                                      QImage::Format_Grayscale8, QImage::Format_Grayscale16,
                                      QImage::Format_RGBA64),
                      testing::Values("auto", "plain", "big")),
-    [](const auto &info) {
-        return "Format" + std::to_string(std::get<0>(info.param)) + std::get<1>(info.param);
+    [](const auto &test) {
+        return "Format" + std::to_string(std::get<0>(test.param)) + std::get<1>(test.param);
     });
 
 TEST(CropFile, StorageDoesNotChangeIt)
@@ -177,7 +185,7 @@ TEST_P(Paste, ReplacesPixelsInTheFormatOfTheBase)
     for (const auto &[x, y] : {std::pair(11, 9), {-7, -5}, {50, -3}, {-3, 40}, {61, 0}, {0, -29}}) {
         ASSERT_TRUE(succeeds({"paste", "--storage", storage, base, in, out, QString::number(x),
                               QString::number(y)}));
-        EXPECT_TRUE(samePixels(QImage(out), pasted(lower, upper, x, y))) << x << ", " << y;
+        EXPECT_TRUE(samePixels(QImage(out), asPng(pasted(lower, upper, x, y)))) << x << ", " << y;
     }
 }
 
@@ -190,9 +198,9 @@ INSTANTIATE_TEST_SUITE_P(
                                      QImage::Format_Mono, QImage::Format_Grayscale8,
                                      QImage::Format_RGBA64),
                      testing::Values("plain", "big")),
-    [](const auto &info) {
-        return "Format" + std::to_string(std::get<1>(info.param)) + "OnFormat" +
-            std::to_string(std::get<0>(info.param)) + std::get<2>(info.param);
+    [](const auto &test) {
+        return "Format" + std::to_string(std::get<1>(test.param)) + "OnFormat" +
+            std::to_string(std::get<0>(test.param)) + std::get<2>(test.param);
     });
 
 class PasteOnPalette : public testing::TestWithParam<QImage::Format>

@@ -29,9 +29,6 @@ QByteArray convert(const QStringList &options, const QString &in, const QString 
     return result.err;
 }
 
-/// What a PNG file makes of \a image.
-QImage asPng(const QImage &image) { return QImage::fromData(encoded(image, "png"), "png"); }
-
 } // namespace
 
 class ToFormat : public testing::TestWithParam<QImage::Format>
@@ -59,7 +56,7 @@ TEST_P(ToFormat, GivesThePictureOfQImageOnBothStorages)
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, ToFormat, testing::ValuesIn(allFormats()),
-                         [](const auto &info) { return keyOf(info.param).toStdString(); });
+                         [](const auto &test) { return keyOf(test.param).toStdString(); });
 
 struct Dither
 {

@@ -182,4 +182,6 @@ QByteArray encoded(const QImage &image, const char *kind)
     return buffer.data();
 }
 
+QImage asPng(const QImage &image) { return QImage::fromData(encoded(image, "png"), "png"); }
+
 } // namespace vellum::test

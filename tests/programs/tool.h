@@ -80,4 +80,7 @@ QImage maskLike(int width, int height);
 /// \a image as a file of the kind \a kind holds it.
 QByteArray encoded(const QImage &image, const char *kind);
 
+/// \a image after a way through a PNG file.
+QImage asPng(const QImage &image);
+
 } // namespace vellum::test

@@ -41,9 +41,6 @@ protected:
     QImage picture;
 };
 
-/// What a PNG file makes of \a image.
-QImage asPng(const Vellum &image) { return QImage::fromData(encoded(image, "png"), "png"); }
-
 } // namespace
 
 using Rotate = TurningFormat;
@@ -51,10 +48,10 @@ using Rotate = TurningFormat;
 TEST_P(Rotate, RightAnglesAreExact)
 {
     ASSERT_EQ(picture.format(), std::get<QImage::Format>(GetParam()));
-    for (const int angle : {90, 180, 270, -90, 360, 450}) {
+    for (const int angle : {90, 180, -90, 0, 450}) {
         SCOPED_TRACE(angle);
         const QImage result = after("rotate", {"--angle", QString::number(angle)});
-        EXPECT_TRUE(samePixels(result, picture.transformed(QTransform().rotate(angle))));
+        EXPECT_TRUE(samePixels(result, picture.transformed(QTransform().rotate(angle % 360))));
     }
 }
 
