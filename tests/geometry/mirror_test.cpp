@@ -222,6 +222,21 @@ std::vector<uchar> naiveMonoRow(std::vector<uchar> row, int width, bool lsbFirst
     return row;
 }
 
+TEST(Mirrored, MemberAndFunctionAgreeOnWhatANarrowStoreLacks)
+{
+    for (const auto format : {QImage::Format_Mono, QImage::Format_MonoLSB, QImage::Format_Indexed8,
+                              QImage::Format_RGB888, QImage::Format_RGBA64}) {
+        Vellum image = makeUntouchable(61, 5, format);
+        ASSERT_TRUE(image.alloc_buffer(image.bytesPerLine() / 2 + 1, 5));
+        image.fill(0x35a5a535U);
+        for (const bool vertical : {false, true}) {
+            EXPECT_TRUE(samePixels(image.mirrored(true, vertical),
+                                   toPlain(vellum::mirrored(image, true, vertical))))
+                << format << vertical;
+        }
+    }
+}
+
 TEST(MirrorInPlace, PaddingOfOneBitRowsMovesAlong)
 {
     for (const auto format : {QImage::Format_Mono, QImage::Format_MonoLSB}) {

@@ -47,17 +47,18 @@ void exchangeReversed(uchar *a, uchar *b, int startX, int pixels)
 }
 
 template <typename Pixel>
-void mirrorCopy(Vellum &destination, const Vellum &source, unsigned startY, int stepX, int stepY,
-                int width, int height)
+void mirrorCopy(Vellum &destination, const Vellum &source, int startX, unsigned startY, int stepX,
+                int stepY, int width, int height)
 {
     const ReverseRow reverse = reverseRow(sizeof(Pixel));
+    const qptrdiff leftmost = stepX < 0 ? (startX - (width - 1)) * qptrdiff(sizeof(Pixel)) : 0;
     for (int y = 0; y < height; ++y) {
         const uchar *const in = source.scanLine(y);
         uchar *const out = destination.scanLine(int(startY) + y * stepY);
         if (!in || !out)
             continue;
         if (stepX < 0)
-            reverse(out, in, width);
+            reverse(out + leftmost, in, width);
         else
             std::memcpy(out, in, size_t(width) * sizeof(Pixel));
     }
@@ -100,7 +101,7 @@ void mirrorPixels(Vellum *destination, const Vellum *source, int startX, unsigne
     if (destination == source)
         mirrorInside<Pixel>(*destination, startX, startY, stepX, stepY, width, height);
     else
-        mirrorCopy<Pixel>(*destination, *source, startY, stepX, stepY, width, height);
+        mirrorCopy<Pixel>(*destination, *source, startX, startY, stepX, stepY, width, height);
 }
 
 void copyRowsUpsideDown(Vellum &destination, const Vellum &source)
@@ -197,15 +198,15 @@ void do_mirror(Vellum *destination, const Vellum *source, bool horizontal, bool 
     const int depth = source->depth();
     const int bytesPerPixel = qMax(1, depth / 8);
     const int units = depth == 1 ? (source->width() + 7) / 8 : source->width();
-    // Of a store made narrower than its image, the part that is there is mirrored in itself.
-    const int stored =
-        qMin(source->storedBytesPerLine(), destination->storedBytesPerLine()) / bytesPerPixel;
-    const int width = qMin(units, stored);
+    // In place, of a store made narrower than its image the part that is there is mirrored in
+    // itself; in a copy it goes to the other end.
+    const int room = qMin(units, destination->storedBytesPerLine() / bytesPerPixel);
+    const int width = qMin(room, source->storedBytesPerLine() / bytesPerPixel);
     const int height = source->height();
     MirrorKernel *const kernel = kernelFor(depth);
     if (!kernel || width < 1)
         return;
-    kernel(destination, source, horizontal ? width - 1 : 0, unsigned(vertical ? height - 1 : 0),
+    kernel(destination, source, horizontal ? room - 1 : 0, unsigned(vertical ? height - 1 : 0),
            horizontal ? -1 : 1, vertical ? -1 : 1, width, height);
 
     if (!horizontal || destination->depth() != 1)
