@@ -6,6 +6,7 @@
 #include <vellum/image/progress.h>
 #include <vellum/image/rowaccess.h>
 #include <vellum/image/rowblocks.h>
+#include <vellum/image/storage.h>
 #include <vellum/image/vellum.h>
 #include <vellum/io/hrlecheck.h>
 #include <vellum/io/hrlehandler.h>
