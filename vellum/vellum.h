@@ -11,3 +11,4 @@
 #include <vellum/io/hrlecheck.h>
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
+#include <vellum/scale/scale.h>
