@@ -64,14 +64,18 @@ struct Portable
         return sums;
     }
 
-    static void addArea(void *sums, const uchar *row, const AreaColumns &columns, int weight)
+    static void addArea(void *sums, const uchar *const *rows, int count, const AreaColumns &columns,
+                        int weight)
     {
         auto *const totals = static_cast<Totals *>(sums);
         const AreaColumns area = columns;
-        for (int x = 0; x < area.count; ++x) {
-            const Sums sum = areaSum(pixels(row), area.spans[x], Sum(area.whole));
-            for (int k = 0; k < Channels; ++k)
-                totals[x].c[k] += Total(sum.c[k] >> kRowShift) * quint32(weight);
+        for (int i = 0; i < count; ++i) {
+            const Pixel *const row = pixels(rows[i]);
+            for (int x = 0; x < area.count; ++x) {
+                const Sums sum = areaSum(row, area.spans[x], Sum(area.whole));
+                for (int k = 0; k < Channels; ++k)
+                    totals[x].c[k] += Total(sum.c[k] >> kRowShift) * quint32(weight);
+            }
         }
     }
 
