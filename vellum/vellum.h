@@ -12,3 +12,4 @@
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
 #include <vellum/scale/scale.h>
+#include <vellum/scale/smoothscaled.h>
