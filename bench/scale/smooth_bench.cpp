@@ -82,10 +82,11 @@ std::string text(const QSize &size)
 
 void readPixels(const Vellum &image)
 {
+    const int width = image.width();
     quint32 sum = 0;
     for (int y = 0; y < image.height(); ++y) {
         const auto *const row = reinterpret_cast<const quint32 *>(image.scanLineEx(y));
-        for (int x = 0; x < image.width(); ++x)
+        for (int x = 0; x < width; ++x)
             sum += row[x];
     }
     benchmark::DoNotOptimize(sum);

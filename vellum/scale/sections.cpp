@@ -23,26 +23,40 @@ int threadBudget()
     return budget;
 }
 
+/// What the jobs of one call tell it.
+struct Done
+{
+    QSemaphore jobs;
+    // The pool's queue and the semaphore already order memory, but Qt is not built for
+    // ThreadSanitizer: this and Job::m_ready show it the order.
+    std::atomic<int> ordered {0};
+};
+
 class Job : public QRunnable
 {
 public:
-    Job(const Section &section, int yStart, int yEnd, QSemaphore &done)
+    Job(const Section &section, int yStart, int yEnd, Done &done)
         : m_section(section), m_yStart(yStart), m_yEnd(yEnd), m_done(done)
     {
         setAutoDelete(false);
+        m_ready.store(true, std::memory_order_release);
     }
 
     void run() override
     {
+        static_cast<void>(m_ready.load(std::memory_order_acquire));
         m_section(m_yStart, m_yEnd);
-        m_done.release(1);
+        Done &done = m_done; // this job may be gone as soon as it has reported
+        done.ordered.fetch_add(1, std::memory_order_release);
+        done.jobs.release(1);
     }
 
 private:
     const Section &m_section;
     int m_yStart;
     int m_yEnd;
-    QSemaphore &m_done;
+    Done &m_done;
+    std::atomic<bool> m_ready {false};
 };
 
 /// Hands \a job to the pool, or runs it here when there is no memory to queue it.
@@ -68,7 +82,7 @@ void runScaleSections(int sw, int ry, int rh, const Section &section)
     if (!jobs || !pool || pool->contains(QThread::currentThread()))
         return section(ry, ry + rh);
 
-    QSemaphore done;
+    Done done;
     int y = 0;
     for (int i = 0; i < segments; ++i) {
         const int rows = (rh - y) / (segments - i);
@@ -77,11 +91,12 @@ void runScaleSections(int sw, int ry, int rh, const Section &section)
             start(*pool, *job);
         } else {
             section(ry + y, ry + y + rows);
-            done.release(1);
+            done.jobs.release(1);
         }
         y += rows;
     }
-    done.acquire(segments);
+    done.jobs.acquire(segments);
+    static_cast<void>(done.ordered.load(std::memory_order_acquire));
 }
 
 } // namespace vellum::scale
