@@ -18,3 +18,5 @@
 #include <vellum/io/hrlecheck.h>
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
+#include <vellum/scale/scale.h>
+#include <vellum/scale/smoothscaled.h>
