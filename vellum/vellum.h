@@ -2,10 +2,12 @@
 #pragma once
 
 #include <vellum/export.h>
+#include <vellum/geometry/rotate.h>
 #include <vellum/image/attachments.h>
 #include <vellum/image/progress.h>
 #include <vellum/image/rowaccess.h>
 #include <vellum/image/rowblocks.h>
+#include <vellum/image/storage.h>
 #include <vellum/image/vellum.h>
 #include <vellum/io/hrlecheck.h>
 #include <vellum/io/hrlehandler.h>

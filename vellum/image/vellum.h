@@ -166,6 +166,34 @@ public:
     void fill(Qt::GlobalColor color); ///< fill(QColor(color))
     /// @}
 
+    /// \name Copy and merge
+    /// @{
+
+    /// A plain image of the part \a rect of this image; the whole of it for a null rectangle.
+    ///
+    /// What of \a rect lies outside this image is filled with getFillColorForRotate(). Colour
+    /// table, QImage offset, resolution, device pixel ratio, text, colour space, ICC profile and
+    /// CMYK-origin flag go along. Reports no progress.
+    /// \return null when this image is null, a side of \a rect alone is below 1, or memory runs
+    ///         out
+    Vellum copyEx(const QRect &rect = QRect()) const;
+    Vellum copyEx(int x, int y, int w, int h) const; ///< copyEx(QRect(x, y, w, h))
+    Vellum copy(const QRect &rect = QRect()) const; ///< The same as copyEx().
+    Vellum copy(int x, int y, int w, int h) const; ///< The same as copyEx().
+
+    /// Pastes the pixels of \a source over the area \a rect of this image, unconverted.
+    ///
+    /// \a rect is in pixels of this image, may reach beyond its edges, and must have the size of
+    /// \a source: with another size nothing happens. With another number of bytes per pixel
+    /// nothing happens but the debug message "Vellum::mergerImage error,channels !=
+    /// dst_channels". One-bit images, of no whole byte per pixel, stay as they are.
+    ///
+    /// A \a source that is a Vellum is polled for each row, with the number of its rows done, and
+    /// may be big; when its callback answers false, the rows already pasted stay. Neither image
+    /// needs the other's storage, and \a source may be this image.
+    void mergerImage(const QImage &source, const QRect &rect);
+    /// @}
+
     /// \name QImage's metadata, without copying the base of a shared big image
     /// @{
     void setText(const QString &key, const QString &value);
