@@ -12,3 +12,4 @@
 #include <vellum/io/hrlecheck.h>
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
+#include <vellum/scale/sampling.h>
