@@ -30,6 +30,9 @@ struct Reserved
 /// From this size on an image does not stay in the caches anyway.
 constexpr qint64 kStreamFrom = 32 << 20;
 
+/// Some large pages at least. Buffers of this size are rarely memory that was in use before.
+constexpr qint64 kLargePagesFrom = 8 << 20;
+
 } // namespace
 
 bool Vellum::alloc_buffer(qint64 bytesPerLine, int height)
@@ -100,7 +103,10 @@ bool Vellum::replacePixels(Vellum &image, const Vellum &pixels)
 
 bool Vellum::create(Vellum &image, int w, int h, QImage::Format format)
 {
-    return replacePixels(image, Vellum(w, h, format));
+    Vellum plain(w, h, format);
+    if (plain.sizeInBytes() >= kLargePagesFrom)
+        vellum::image::preferLargePages(plain.bits(), size_t(plain.sizeInBytes()));
+    return replacePixels(image, plain);
 }
 
 bool Vellum::createBig(Vellum &image, int w, int h, QImage::Format format)
