@@ -1,6 +1,7 @@
 // Umbrella header: brings every public header of the library.
 #pragma once
 
+#include <vellum/convert/convert.h>
 #include <vellum/export.h>
 #include <vellum/geometry/rotate.h>
 #include <vellum/image/attachments.h>

@@ -317,6 +317,44 @@ public:
     void copyCallback(const Vellum &other);
     /// @}
 
+    /// \name Format conversion
+    ///
+    /// Plain images are converted by QImage. Big images are converted by this library's routines,
+    /// which exist for the common pairs only; vellum::converted() knows all. \a format values
+    /// that are no format give a null image and leave the image alone.
+    /// @{
+
+    /// Returns the image in \a format; the result is plain, whatever this image is.
+    ///
+    /// The result of a big image is null when there is no routine for the pair, and also when
+    /// \a format is the one it has; a plain image in its own format is shared. Resolution, device
+    /// pixel ratio and text are carried; attachments, ICC profile, flags and callback are not.
+    ///
+    /// Copying routines for big images exist from Mono and MonoLSB to each other, Indexed8, RGB32,
+    /// ARGB32 and ARGB32_Premultiplied; from Indexed8 to Mono, MonoLSB, Grayscale8, Alpha8, RGB32,
+    /// ARGB32 and ARGB32_Premultiplied; from Grayscale8 and Alpha8 to Indexed8; from RGB32 to Mono,
+    /// MonoLSB, Indexed8, Grayscale8, ARGB32 and ARGB32_Premultiplied; from ARGB32 to Mono,
+    /// MonoLSB, Indexed8, Grayscale8 and RGB32; from RGBA64 to ARGB32. They give what QImage gives,
+    /// with one difference that callers rely on: Grayscale8 of a big 32-bit image ignores blue, and
+    /// is trunc(0.299 R + 0.587 G + 0.114 G).
+    ///
+    /// \param flags  dithering, as for QImage::convertToFormat()
+    Vellum convertToFormat(QImage::Format format,
+                           Qt::ImageConversionFlags flags = Qt::AutoColor) const;
+
+    /// Converts this image to \a format, a plain one as QImage::convertTo() does.
+    ///
+    /// The rows of a big image are rewritten where they are. Images that share them see the new
+    /// pixels, and the new format unless they were given metadata of their own. A pair without
+    /// a routine leaves the image alone: read format() afterwards.
+    ///
+    /// Routines for big images exist between Indexed8 and each of Grayscale8 and Alpha8; from
+    /// RGB32 to ARGB32 and ARGB32_Premultiplied; from ARGB32 to RGB32; from RGBX8888 to RGB32,
+    /// ARGB32 and ARGB32_Premultiplied; from RGBA8888 to RGB32, ARGB32 and RGBX8888; from
+    /// RGBA8888_Premultiplied to ARGB32_Premultiplied. RGB32 and RGBX8888 get alpha 255.
+    void convertTo(QImage::Format format, Qt::ImageConversionFlags flags = Qt::AutoColor);
+    /// @}
+
 private:
     void clear();
     bool isLastHolder() const;
