@@ -3,6 +3,7 @@
 
 #include <vellum/convert/convert.h>
 #include <vellum/export.h>
+#include <vellum/geometry/mirror.h>
 #include <vellum/geometry/rotate.h>
 #include <vellum/image/attachments.h>
 #include <vellum/image/progress.h>

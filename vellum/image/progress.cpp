@@ -1,6 +1,7 @@
 #include <vellum/image/progress.h>
 #include <vellum/image/vellum.h>
 
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -72,10 +73,15 @@ struct ProgressGuard::Private
 };
 
 ProgressGuard::ProgressGuard(Vellum &image, Report report, const std::atomic<bool> *cancel,
-                             int base, double scale)
+                             int base, double scale, Positions positions)
     : d(new Private {image, std::move(report), cancel, {}})
 {
     d->previous.copyCallback(image);
+    if (positions == Positions::Percent) {
+        // Undoes the division by the height in set_progress. A little too much, because that
+        // rounds four times and then truncates: 57 must not arrive as 56.
+        scale *= image.height() / 100.0 * (1.0 + std::ldexp(1.0, -50));
+    }
     image.setCallback(Private::poll, d.get(), base, scale);
 }
 

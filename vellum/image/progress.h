@@ -40,14 +40,23 @@ class VELLUM_EXPORT ProgressGuard
 public:
     using Report = std::function<bool(int percent)>;
 
+    /// What the operation hands to Vellum::set_progress, which takes it for a number of rows.
+    enum class Positions {
+        Rows, ///< rows done: row access and all that is not named below
+        Percent, ///< 0 to 100: mirroring and rotation
+    };
+
     /// \param image   the image whose operations are watched
     /// \param report  called at every poll; may be empty
     /// \param cancel  looked at before every call; may be null, must outlive the guard
     /// \param base    percentage added to every reported value
     /// \param scale   factor on the reported fraction: base 50 and scale 0.5 make this operation
     ///                the second half of a longer one
+    /// \param positions  what the operation hands over. With Percent the callable gets 0 to 100
+    ///                (before base and scale), provided that \a image keeps its height; with Rows
+    ///                it would get percentages of percentages
     explicit ProgressGuard(Vellum &image, Report report, const std::atomic<bool> *cancel = nullptr,
-                           int base = 0, double scale = 1.0);
+                           int base = 0, double scale = 1.0, Positions positions = Positions::Rows);
     ~ProgressGuard();
 
     /// True once a poll has been answered with "stop".

@@ -194,6 +194,43 @@ public:
     void mergerImage(const QImage &source, const QRect &rect);
     /// @}
 
+    /// \name Geometry
+    /// @{
+
+    /// A plain image of this one with left and right (\a horizontal) or top and bottom
+    /// (\a vertical) exchanged, and with its colour table; other metadata does not go along. With
+    /// both flags clear, or of a single pixel, a copy that shares the pixels.
+    ///
+    /// See vellum::mirrored() for one that stays big and keeps profile and metadata, and
+    /// vellum::mirrorInPlace().
+    /// \return null when this image is null or memory runs out
+    ///
+    /// Vertical mirroring alone hands the percentage done to set_progress() after every row;
+    /// otherwise no progress is reported. The answer is ignored.
+    Vellum mirrored(bool horizontal = false, bool vertical = true) const;
+
+    /// A plain image of this one turned clockwise by \a angle degrees, with its colour table;
+    /// other metadata does not go along.
+    ///
+    /// Multiples of 90 degrees are exact. So are, by design, angles up to a degree below them:
+    /// 89.5 turns by 90, and 359.5, 360.5 and -0.5 give a copy that shares the pixels, as 0 does.
+    /// Other angles, and 450 or 540, turn on a canvas that holds all of the image and shows
+    /// \a fillColor, a value for fill(uint), where the image does not reach; see
+    /// getFillColorForRotate(). Pixels of 1 and 8 bits are the nearest ones, those of 24 and 32
+    /// bits are blended byte by byte.
+    ///
+    /// Pixels of 16 and 64 bits are not turned: right angles give an image of the exchanged size
+    /// filled with 0, other angles a canvas of the fill value. Those of Format_MonoLSB are taken
+    /// in the order of Format_Mono. vellum::quarterTurned() and vellum::freeRotated() turn all
+    /// formats, stay big and keep profile and metadata.
+    /// \return null when this image is null, \a angle is not finite or beyond some 20 million
+    ///         degrees, the result is too large, or memory runs out
+    ///
+    /// Hands the percentage done to set_progress() after every row of the result, except for
+    /// copies and half turns. The answer is ignored.
+    Vellum rotated(double angle, uint fillColor) const;
+    /// @}
+
     /// \name QImage's metadata, without copying the base of a shared big image
     /// @{
     void setText(const QString &key, const QString &value);
@@ -354,6 +391,8 @@ public:
     /// RGBA8888_Premultiplied to ARGB32_Premultiplied. RGB32 and RGBX8888 get alpha 255.
     void convertTo(QImage::Format format, Qt::ImageConversionFlags flags = Qt::AutoColor);
     /// @}
+protected:
+    Vellum mirrored_helper(bool horizontal, bool vertical) const; ///< Behind mirrored().
 
 private:
     void clear();

@@ -1,0 +1,175 @@
+#include <vellum/geometry/freeturn_p.h>
+#include <vellum/image/rowtable_p.h>
+#include <vellum/image/vellum.h>
+
+#include <cmath>
+#include <cstdlib>
+
+namespace vellum::geometry {
+
+namespace {
+
+// A turned row crosses many source rows, and the next one crosses them close by: pieces of this
+// size keep what they touch of the source in the cache.
+constexpr int kPieceRows = 64;
+constexpr int kPieceColumns = 256;
+
+/// Result columns first to last - 1.
+struct Span
+{
+    qint64 first;
+    qint64 last;
+
+    Span meet(Span other) const
+    {
+        const qint64 from = qMax(first, other.first);
+        return {from, qMax(from, qMin(last, other.last))};
+    }
+    bool isEmpty() const { return first >= last; }
+};
+
+qint64 ceilOfQuotient(qint64 a, qint64 b) // b > 0
+{
+    return a / b + (a % b > 0 ? 1 : 0);
+}
+
+/// The columns i of \a all with low <= start + i * step < high.
+Span columnsWithin(Span all, qint64 start, qint64 step, qint64 low, qint64 high)
+{
+    if (step == 0)
+        return start >= low && start < high ? all : Span {all.first, all.first};
+    if (step < 0) { // the same in a mirror
+        const qint64 mirroredLow = 1 - high;
+        high = 1 - low;
+        low = mirroredLow;
+        start = -start;
+        step = -step;
+    }
+    return all.meet({ceilOfQuotient(low - start, step), ceilOfQuotient(high - start, step)});
+}
+
+/// What a result row shows.
+struct RowPlan
+{
+    uchar *out;
+    qint64 x; ///< position of column 0
+    qint64 y;
+    Span drawn; ///< columns that show something of the source
+    Span inner; ///< of these the ones whose neighbours all exist
+};
+
+class Painter
+{
+public:
+    Painter(Vellum &result, const Vellum &source, const FreeTurn &turn, const Sampler &sampler,
+            const image::RowTable &rows)
+        : m_result(result), m_turn(turn), m_sampler(sampler)
+    {
+        const qint64 stored = qint64(source.storedBytesPerLine()) * 8 / source.depth();
+        m_run.rows = rows.data();
+        m_run.width = int(qMin<qint64>(source.width(), stored));
+        m_run.height = source.height();
+        m_run.stepX = turn.cosine;
+        m_run.stepY = turn.sine;
+    }
+
+    void drawRows(int first, int last)
+    {
+        RowPlan plans[kPieceRows];
+        const int count = last - first;
+        for (int i = 0; i < count; ++i)
+            plans[i] = plan(first + i);
+        const int width = m_result.width();
+        for (qint64 left = 0; left < width; left += kPieceColumns) {
+            const Span piece {left, qMin<qint64>(left + kPieceColumns, width)};
+            for (int i = 0; i < count; ++i)
+                drawPiece(plans[i], piece);
+        }
+    }
+
+private:
+    RowPlan plan(int row) const
+    {
+        const qint64 width = qint64(m_run.width) << kFractionBits;
+        const qint64 height = qint64(m_run.height) << kFractionBits;
+        const qint64 x = m_turn.originX - row * qint64(m_turn.sine);
+        const qint64 y = m_turn.originY + row * qint64(m_turn.cosine);
+        const Span all {0, m_run.width > 0 ? m_result.width() : 0};
+        const auto within = [&](qint64 low, qint64 highX, qint64 highY) {
+            const Span columns = columnsWithin(all, x, m_run.stepX, low, highX);
+            return columns.meet(columnsWithin(all, y, m_run.stepY, low, highY));
+        };
+        const Span drawn = within(-m_sampler.margin, width, height);
+        const Span inner =
+            within(0, width - (m_sampler.reach - 1) * qint64(kOnePixel), height - kOnePixel);
+        const bool hasInner = m_sampler.drawInner && !inner.isEmpty() && !drawn.isEmpty();
+        return {m_result.scanLineEx(row), x, y, drawn,
+                hasInner ? inner : Span {drawn.last, drawn.last}};
+    }
+
+    void drawPiece(const RowPlan &plan, Span piece)
+    {
+        const auto part = [&](qint64 first, qint64 last, Sampler::Draw draw) {
+            const Span columns = piece.meet({first, last});
+            if (columns.isEmpty())
+                return;
+            m_run.out = plan.out;
+            m_run.column = int(columns.first);
+            m_run.count = int(columns.last - columns.first);
+            m_run.x = plan.x + columns.first * m_run.stepX;
+            m_run.y = plan.y + columns.first * m_run.stepY;
+            draw(m_run);
+        };
+        part(plan.drawn.first, plan.inner.first, m_sampler.draw);
+        part(plan.inner.first, plan.inner.last, m_sampler.drawInner);
+        part(plan.inner.last, plan.drawn.last, m_sampler.draw);
+        if (m_sampler.drawOutside) {
+            const Span before = piece.meet({0, plan.drawn.first});
+            const Span after = piece.meet({plan.drawn.last, piece.last});
+            m_sampler.drawOutside(plan.out, int(before.first), int(before.last));
+            m_sampler.drawOutside(plan.out, int(after.first), int(after.last));
+        }
+    }
+
+    Vellum &m_result;
+    const FreeTurn &m_turn;
+    const Sampler &m_sampler;
+    SampleRun m_run {};
+};
+
+} // namespace
+
+FreeTurn::FreeTurn(int w, int h, double radians)
+    : sine(int(std::sin(radians) * kOnePixel)), cosine(int(std::cos(radians) * kOnePixel))
+{
+    const qint64 spanW = qint64(w) * std::abs(cosine) + qint64(h) * std::abs(sine);
+    const qint64 spanH = qint64(h) * std::abs(cosine) + qint64(w) * std::abs(sine);
+    width = spanW >> kFractionBits;
+    height = spanH >> kFractionBits;
+    // Result pixel (centreX, centreY) shows the centre of the source.
+    const qint64 centreX = (spanW >> (kFractionBits + 1)) - 1;
+    const qint64 centreY = (spanH >> (kFractionBits + 1)) - 1;
+    originX = -centreX * cosine + centreY * sine + qint64(w >> 1) * kOnePixel;
+    originY = -centreX * sine - centreY * cosine + qint64(h >> 1) * kOnePixel;
+}
+
+bool turnFreely(Vellum &result, const Vellum &source, const FreeTurn &turn, const Sampler &sampler,
+                const RowsDone &done)
+{
+    const image::RowTable rows(source);
+    if (!rows.isValid())
+        return false;
+    Painter painter(result, source, turn, sampler, rows);
+    const int height = result.height();
+    for (int first = 0; first < height;) {
+        const int last = first + qMin(kPieceRows, height - first);
+        painter.drawRows(first, last);
+        for (; first < last; ++first) {
+            if (!done(first + 1))
+                return false;
+        }
+    }
+    return true;
+}
+
+} // namespace vellum::geometry

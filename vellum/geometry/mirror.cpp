@@ -1,0 +1,200 @@
+#include <vellum/geometry/mirror_p.h>
+#include <vellum/geometry/mirrorbits_p.h>
+#include <vellum/geometry/pixels_p.h>
+#include <vellum/geometry/reverserow_p.h>
+#include <vellum/image/progress.h>
+#include <vellum/image/vellum.h>
+
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace vellum::geometry {
+
+namespace {
+
+/// Reports \a done of \a total as a percentage up to \a unit; mirroring cannot be cancelled.
+void report(const Vellum *image, int unit, int done, int total)
+{
+    image_progress(image, int(qint64(unit) * done / total));
+}
+
+template <typename Pixel>
+void exchange(uchar *a, qptrdiff i, uchar *b, qptrdiff j)
+{
+    const auto pixel = loadPixel<Pixel>(a, i);
+    storePixel(a, i, loadPixel<Pixel>(b, j));
+    storePixel(b, j, pixel);
+}
+
+template <typename Pixel>
+void mirrorCopy(Vellum &destination, const Vellum &source, unsigned startY, int stepX, int stepY,
+                int width, int height)
+{
+    const ReverseRow reverse = reverseRow(sizeof(Pixel));
+    for (int y = 0; y < height; ++y) {
+        const uchar *const in = source.scanLine(y);
+        uchar *const out = destination.scanLine(int(startY) + y * stepY);
+        if (!in || !out)
+            continue;
+        if (stepX < 0)
+            reverse(out, in, width);
+        else
+            std::memcpy(out, in, size_t(width) * sizeof(Pixel));
+    }
+}
+
+template <typename Pixel>
+void mirrorInside(Vellum &image, int startX, unsigned startY, int stepX, int stepY, int width,
+                  int height)
+{
+    const bool horizontal = startX != 0;
+    const bool vertical = startY != 0;
+    const bool middleRow = horizontal && vertical && height % 2 == 1;
+    const int pixels = horizontal && !vertical ? width / 2 : width;
+    const int rows = vertical ? height / 2 : height;
+    const int unit = middleRow ? 50 : 100;
+    for (int y = 0; y < rows; ++y) {
+        uchar *const a = image.scanLine(y);
+        uchar *const b = image.scanLine(int(startY) + y * stepY);
+        for (int x = 0; a && b && x < pixels; ++x)
+            exchange<Pixel>(a, x, b, qptrdiff(startX) + qptrdiff(x) * stepX);
+        report(&image, unit, y + 1, rows);
+    }
+    if (!middleRow)
+        return;
+    // Its pixels count from nothing to 50 once more: callers show two passes of half a bar each.
+    const int pairs = width / 2;
+    for (int k = 1; k <= pairs; ++k) {
+        if (uchar *const row = image.scanLine(height / 2))
+            exchange<Pixel>(row, k - 1, row, startX - (k - 1));
+        report(&image, 50, k, pairs);
+    }
+}
+
+template <typename Pixel>
+void mirrorPixels(Vellum *destination, const Vellum *source, int startX, unsigned startY, int stepX,
+                  int stepY, int width, int height)
+{
+    if (destination == source)
+        mirrorInside<Pixel>(*destination, startX, startY, stepX, stepY, width, height);
+    else
+        mirrorCopy<Pixel>(*destination, *source, startY, stepX, stepY, width, height);
+}
+
+void copyRowsUpsideDown(Vellum &destination, const Vellum &source)
+{
+    const int height = source.height();
+    const auto bytes = size_t(qMin(source.storedBytesPerLine(), destination.storedBytesPerLine()));
+    for (int y = 0; y < height; ++y) {
+        const uchar *const in = source.scanLine(y);
+        uchar *const out = destination.scanLine(height - 1 - y);
+        if (in && out)
+            std::memcpy(out, in, bytes);
+        report(&source, 100, y + 1, height);
+    }
+}
+
+void swapRows(Vellum &image)
+{
+    const int height = image.height();
+    const auto bytes = size_t(image.storedBytesPerLine());
+    const std::unique_ptr<uchar[]> buffer(new (std::nothrow) uchar[bytes]);
+    for (int y = 0; buffer && y < height / 2; ++y) {
+        uchar *const a = image.scanLine(y);
+        uchar *const b = image.scanLine(height - 1 - y);
+        if (a && b) {
+            std::memcpy(buffer.get(), a, bytes);
+            std::memcpy(a, b, bytes);
+            std::memcpy(b, buffer.get(), bytes);
+        }
+        report(&image, 100, y + 1, height / 2);
+    }
+}
+
+MirrorKernel *kernelFor(int depth)
+{
+    switch (depth) {
+    case 1: // whole bytes first
+    case 8:
+        return mirrorPixels8;
+    case 16:
+        return mirrorPixels16;
+    case 24:
+        return mirrorPixels24;
+    case 32:
+        return mirrorPixels32;
+    case 64:
+        return mirrorPixels64;
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
+void mirrorPixels8(Vellum *destination, const Vellum *source, int startX, unsigned startY,
+                   int stepX, int stepY, int width, int height)
+{
+    mirrorPixels<quint8>(destination, source, startX, startY, stepX, stepY, width, height);
+}
+
+void mirrorPixels16(Vellum *destination, const Vellum *source, int startX, unsigned startY,
+                    int stepX, int stepY, int width, int height)
+{
+    mirrorPixels<quint16>(destination, source, startX, startY, stepX, stepY, width, height);
+}
+
+void mirrorPixels24(Vellum *destination, const Vellum *source, int startX, unsigned startY,
+                    int stepX, int stepY, int width, int height)
+{
+    mirrorPixels<Pixel24>(destination, source, startX, startY, stepX, stepY, width, height);
+}
+
+void mirrorPixels32(Vellum *destination, const Vellum *source, int startX, unsigned startY,
+                    int stepX, int stepY, int width, int height)
+{
+    mirrorPixels<quint32>(destination, source, startX, startY, stepX, stepY, width, height);
+}
+
+void mirrorPixels64(Vellum *destination, const Vellum *source, int startX, unsigned startY,
+                    int stepX, int stepY, int width, int height)
+{
+    mirrorPixels<quint64>(destination, source, startX, startY, stepX, stepY, width, height);
+}
+
+void do_mirror(Vellum *destination, const Vellum *source, bool horizontal, bool vertical)
+{
+    if (vertical && !horizontal) {
+        if (destination == source)
+            swapRows(*destination);
+        else
+            copyRowsUpsideDown(*destination, *source);
+        return;
+    }
+
+    const int depth = source->depth();
+    const int bytesPerPixel = qMax(1, depth / 8);
+    const int units = depth == 1 ? (source->width() + 7) / 8 : source->width();
+    // Of a store made narrower than its image, the part that is there is mirrored in itself.
+    const int stored =
+        qMin(source->storedBytesPerLine(), destination->storedBytesPerLine()) / bytesPerPixel;
+    const int width = qMin(units, stored);
+    const int height = source->height();
+    MirrorKernel *const kernel = kernelFor(depth);
+    if (!kernel || width < 1)
+        return;
+    kernel(destination, source, horizontal ? width - 1 : 0, unsigned(vertical ? height - 1 : 0),
+           horizontal ? -1 : 1, vertical ? -1 : 1, width, height);
+
+    if (!horizontal || destination->depth() != 1)
+        return;
+    const bool lsbFirst = destination->format() == QImage::Format_MonoLSB;
+    for (int y = 0; y < height; ++y) {
+        if (uchar *const row = destination->scanLine(y)) {
+            mirrorBitsInRow(row, destination->width(), lsbFirst, destination->storedBytesPerLine());
+        }
+    }
+}
+
+} // namespace vellum::geometry

@@ -1,0 +1,59 @@
+// Mirror images on the storage of their original.
+
+#include <vellum/geometry/mirror.h>
+#include <vellum/geometry/mirror_p.h>
+#include <vellum/geometry/mirrorbits_p.h>
+#include <vellum/geometry/reverserow_p.h>
+#include <vellum/image/derived_p.h>
+
+#include <cstring>
+
+namespace vellum {
+
+Vellum geometry::mirroredOnto(Storage storage, const Vellum &image, bool horizontal, bool vertical)
+{
+    const int width = image.width();
+    const int height = image.height();
+    Vellum result = image::createLike(image, width, height, storage);
+    if (result.isNull())
+        return result;
+    const bool oneBit = image.depth() == 1;
+    if (oneBit || !image::isComplete(image))
+        result.fill(0U);
+
+    const int bytesPerPixel = oneBit ? 1 : image.depth() / 8;
+    const int pixels = oneBit ? (width + 7) / 8 : width;
+    const int stored = image.storedBytesPerLine() / bytesPerPixel;
+    const int missing = qMax(0, pixels - stored); // where a store is narrower than its image
+    const bool lsbFirst = image.format() == QImage::Format_MonoLSB;
+    const auto reverse = geometry::reverseRow(bytesPerPixel);
+    for (int y = 0; y < height; ++y) {
+        uchar *const out = result.scanLineEx(vertical ? height - 1 - y : y);
+        if (const uchar *const in = image.scanLineEx(y)) {
+            if (horizontal)
+                reverse(out + qptrdiff(missing) * bytesPerPixel, in, pixels - missing);
+            else
+                std::memcpy(out, in, size_t(pixels - missing) * size_t(bytesPerPixel));
+        }
+        if (horizontal && oneBit)
+            geometry::mirrorBitsInRow(out, width, lsbFirst, pixels);
+        if (!image.set_progress(int(qint64(100) * (y + 1) / height)))
+            return {};
+    }
+    return result;
+}
+
+Vellum mirrored(const Vellum &image, bool horizontal, bool vertical)
+{
+    if (image.isNull() || (!horizontal && !vertical))
+        return image;
+    return geometry::mirroredOnto(image::storageOf(image), image, horizontal, vertical);
+}
+
+void mirrorInPlace(Vellum &image, bool horizontal, bool vertical)
+{
+    if (!image.isNull())
+        geometry::do_mirror(&image, &image, horizontal, vertical);
+}
+
+} // namespace vellum

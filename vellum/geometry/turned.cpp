@@ -1,0 +1,161 @@
+// Turning every format, on the storage asked for, with all that describes the picture.
+
+#include <vellum/geometry/freeturn_p.h>
+#include <vellum/geometry/mirror_p.h>
+#include <vellum/geometry/rightangle_p.h>
+#include <vellum/geometry/rotate.h>
+#include <vellum/geometry/rotate_p.h>
+#include <vellum/image/derived_p.h>
+
+#include <QColor>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace vellum {
+
+namespace {
+
+using image::createLike;
+using image::storageOf;
+
+bool report(const Vellum &image, int done, int total)
+{
+    return image.set_progress(int(qint64(100) * done / total));
+}
+
+Vellum turnedSideways(Storage storage, const Vellum &image, int direction)
+{
+    Vellum result = createLike(image, image.height(), image.width(), storage);
+    if (result.isNull())
+        return result;
+    result.setDotsPerMeterX(image.dotsPerMeterY());
+    result.setDotsPerMeterY(image.dotsPerMeterX());
+    if (image.depth() == 1)
+        result.fill(0U);
+    const auto order = image.format() == QImage::Format_MonoLSB ? geometry::BitOrder::LsbFirst
+                                                                : geometry::BitOrder::MsbFirst;
+    const auto done = [&image](int, int last) { return report(image, last, image.width()); };
+    return geometry::turnPixels(result, image, direction, order, done) ? result : Vellum();
+}
+
+/// \a turns is 0 to 3, clockwise; without a turn the pixels are shared where that can be.
+Vellum quarterTurnedOnto(Storage storage, const Vellum &image, int turns)
+{
+    if (turns % 2 != 0)
+        return turnedSideways(storage, image, turns == 1 ? -1 : 1);
+    if (turns == 0 && storage == storageOf(image))
+        return image;
+    return geometry::mirroredOnto(storage, image, turns == 2, turns == 2);
+}
+
+/// The bytes of a pixel that shows \a color in the format of \a image, at the front; of one-bit
+/// formats a byte of such pixels.
+struct PixelBytes
+{
+    uchar bytes[8] = {};
+};
+
+int nearestColor(const QVector<QRgb> &colors, QRgb wanted)
+{
+    int nearest = 0;
+    int least = std::numeric_limits<int>::max();
+    const auto square = [](int difference) { return difference * difference; };
+    for (int i = 0; i < colors.size(); ++i) {
+        const QRgb color = colors.at(i);
+        const int distance = square(qRed(color) - qRed(wanted)) +
+            square(qGreen(color) - qGreen(wanted)) + square(qBlue(color) - qBlue(wanted)) +
+            square(qAlpha(color) - qAlpha(wanted));
+        if (distance < least) {
+            least = distance;
+            nearest = i;
+        }
+    }
+    return nearest;
+}
+
+PixelBytes pixelFor(const Vellum &image, const QColor &color)
+{
+    PixelBytes pixel;
+    if (image.depth() == 1 || image.format() == QImage::Format_Indexed8) {
+        const int index = nearestColor(image.colorTable(), color.rgba());
+        pixel.bytes[0] = uchar(image.depth() == 1 && index == 1 ? 0xff : index);
+        return pixel;
+    }
+    QImage one(1, 1, image.format());
+    one.fill(color);
+    std::memcpy(pixel.bytes, one.constScanLine(0), size_t(image.depth() / 8));
+    return pixel;
+}
+
+/// Writes \a pixel to every pixel, of 8 bits or more.
+void fillWith(Vellum &image, const PixelBytes &pixel)
+{
+    const size_t bytes = size_t(image.depth() / 8);
+    const size_t rowBytes = size_t(image.width()) * bytes;
+    uchar *const first = image.scanLineEx(0);
+    for (size_t i = 0; i < rowBytes; ++i)
+        first[i] = pixel.bytes[i % bytes];
+    for (int y = 1; y < image.height(); ++y)
+        std::memcpy(image.scanLineEx(y), first, rowBytes);
+}
+
+PixelBytes pixelOf(uint fillColor)
+{
+    PixelBytes pixel;
+    for (int i = 0; i < 8; ++i) // 64-bit pixels have the value twice
+        pixel.bytes[i] = uchar(fillColor >> (i % 4 * 8));
+    return pixel;
+}
+
+Vellum turnedFreely(const Vellum &image, double angle, const PixelBytes &fill, Storage storage)
+{
+    if (image.isNull() || !std::isfinite(angle))
+        return {};
+    const double quarters = std::fmod(angle, 360.0) / 90.0; // -4 to 4, without the ends
+    if (quarters == std::trunc(quarters))
+        return quarterTurnedOnto(storage, image, (int(quarters) + 4) % 4);
+
+    const double within = angle >= 0 && angle < 360 ? angle : std::fmod(angle, 360.0);
+    const geometry::FreeTurn turn(image.width(), image.height(),
+                                  geometry::toRadians(360.0 - within));
+    Vellum result = createLike(image, turn.width, turn.height, storage);
+    if (result.isNull())
+        return result;
+    geometry::Sampler sampler = geometry::samplerForFormat(image.format());
+    if (image.depth() == 1) {
+        const bool lsbFirst = image.format() == QImage::Format_MonoLSB;
+        result.fill(0U);
+        if (fill.bytes[0] != 0) {
+            sampler.drawOutside = lsbFirst ? geometry::setBitsLsbFirst : geometry::setBitsMsbFirst;
+        }
+    } else {
+        fillWith(result, fill);
+    }
+    const auto done = [&](int rows) { return report(image, rows, result.height()); };
+    return geometry::turnFreely(result, image, turn, sampler, done) ? result : Vellum();
+}
+
+} // namespace
+
+Vellum quarterTurned(const Vellum &image, int turns)
+{
+    if (image.isNull())
+        return {};
+    return quarterTurnedOnto(storageOf(image), image, (turns % 4 + 4) % 4);
+}
+
+Vellum freeRotated(const Vellum &image, double angle, uint fillColor, Storage storage)
+{
+    return turnedFreely(image, angle, pixelOf(fillColor), storage);
+}
+
+Vellum freeRotated(const Vellum &image, double angle, const QColor &fill, Storage storage)
+{
+    if (image.isNull())
+        return {};
+    return turnedFreely(image, angle, pixelFor(image, fill), storage);
+}
+
+} // namespace vellum
