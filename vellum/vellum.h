@@ -15,3 +15,4 @@
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
 #include <vellum/scale/sampling.h>
+#include <vellum/scale/scale.h>
