@@ -16,3 +16,4 @@
 #include <vellum/io/hrleheader.h>
 #include <vellum/scale/sampling.h>
 #include <vellum/scale/scale.h>
+#include <vellum/scale/scalecrop.h>
