@@ -6,6 +6,7 @@
 #include <vellum/geometry/mirror.h>
 #include <vellum/geometry/rotate.h>
 #include <vellum/image/attachments.h>
+#include <vellum/image/imagedraw.h>
 #include <vellum/image/progress.h>
 #include <vellum/image/rowaccess.h>
 #include <vellum/image/rowblocks.h>
