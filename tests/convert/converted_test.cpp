@@ -2,6 +2,8 @@
 
 #include <QColorSpace>
 
+#include <rapidcheck.h>
+
 #include <convert/pictures.h>
 
 using namespace vellum::test;
@@ -61,6 +63,20 @@ TEST_P(Converted, EqualsQImageAcrossManyStrips)
             const QImage expected = plain.convertToFormat(to, QFlag(mode));
             ASSERT_TRUE(samePixels(vellum::converted(image, to, QFlag(mode)), expected))
                 << "to format " << to << ", flags 0x" << std::hex << mode;
+        }
+    }
+}
+
+// A few pixels behind the last whole step of a vector form.
+TEST_P(Converted, EqualsQImageAtEveryWidthUpTo40)
+{
+    const auto [from, storage] = GetParam();
+    for (int w = 1; w <= 40; ++w) {
+        const Vellum image = makeNoise(w, 3, from, storage, unsigned(w), w % 3);
+        const QImage plain = toPlain(image);
+        for (const QImage::Format to : allFormats()) {
+            ASSERT_TRUE(samePixels(vellum::converted(image, to), plain.convertToFormat(to)))
+                << w << " columns to format " << to;
         }
     }
 }
@@ -270,6 +286,36 @@ TEST_P(ConvertedOn, ToItsOwnFormatKeepsThePixels)
 
 INSTANTIATE_TEST_SUITE_P(Storages, ConvertedOn, testing::ValuesIn(kStorages));
 
+TEST(ConvertedPremultiplied, EqualsQImageForEveryChannelAndAlpha)
+{
+    Vellum image = makeNoise(256, 256, QImage::Format_ARGB32, Storage::Big);
+    for (int alpha = 0; alpha < 256; ++alpha) {
+        for (int c = 0; c < 256; ++c) {
+            const QRgb pixel = qRgba(c, 255 - c, c ^ 0x55, alpha);
+            std::memcpy(image.scanLineEx(alpha) + c * 4, &pixel, 4);
+        }
+    }
+    const Vellum result = vellum::converted(image, QImage::Format_ARGB32_Premultiplied);
+    EXPECT_TRUE(
+        samePixels(result, toPlain(image).convertToFormat(QImage::Format_ARGB32_Premultiplied)));
+}
+
+TEST(ConvertedProperty, IsTheSameOnBothStorages)
+{
+    EXPECT_TRUE(rc::check([] {
+        const auto from = *rc::gen::elementOf(allFormats());
+        const auto to = *rc::gen::elementOf(allFormats());
+        const int w = *rc::gen::inRange(1, 3000);
+        const int h = *rc::gen::inRange(1, 60);
+        const Qt::ImageConversionFlags flags = QFlag(*rc::gen::inRange(0, 0x100));
+        const int extraStride = *rc::gen::inRange(0, 20);
+        const Vellum big = makeNoise(w, h, from, Storage::Big, 1, extraStride);
+        const Vellum plain = toPlain(big);
+        RC_ASSERT(samePixels(vellum::converted(big, to, flags, vellum::Storage::Plain),
+                             vellum::converted(plain, to, flags, vellum::Storage::Big)));
+    }));
+}
+
 TEST(ConvertedBig, ToItsOwnFormatHasRowsOfItsOwn)
 {
     const Vellum image = makeNoise(8, 5, QImage::Format_RGB32, Storage::Big);
@@ -301,6 +347,20 @@ TEST(ConvertedBig, MissingEndsOfRowsAreZero)
     const auto *const row = reinterpret_cast<const quint32 *>(result.scanLineEx(19));
     EXPECT_EQ(row[4], 0xff332211);
     EXPECT_EQ(row[5], 0xff000000);
+}
+
+// QImage reads the padding of rows, which this store does not have.
+TEST(ConvertedBig, DoesNotReadPaddingThatTheStoreLacks)
+{
+    Vellum image = makeUntouchable(9, 1, QImage::Format_Mono);
+    ASSERT_TRUE(image.alloc_buffer(2, 1));
+    image.scanLineEx(0)[0] = 0x96;
+    image.scanLineEx(0)[1] = 0x80;
+
+    const Vellum result = vellum::converted(image, QImage::Format_MonoLSB);
+
+    EXPECT_EQ(result.scanLineEx(0)[0], 0x69);
+    EXPECT_EQ(result.scanLineEx(0)[1] & 1, 1);
 }
 
 } // namespace

@@ -23,4 +23,12 @@ constexpr std::array<uchar, 256> makeReversedBits()
 /// QImage::Format_Mono into one of Format_MonoLSB and back, and mirrors eight one-bit pixels.
 constexpr std::array<uchar, 256> kReversedBits = makeReversedBits();
 
+/// \a bytes with the bits of each of the eight reversed, as by kReversedBits.
+constexpr quint64 withReversedBits(quint64 bytes)
+{
+    bytes = (bytes >> 1 & 0x5555555555555555U) | (bytes & 0x5555555555555555U) << 1;
+    bytes = (bytes >> 2 & 0x3333333333333333U) | (bytes & 0x3333333333333333U) << 2;
+    return (bytes >> 4 & 0x0f0f0f0f0f0f0f0fU) | (bytes & 0x0f0f0f0f0f0f0f0fU) << 4;
+}
+
 } // namespace vellum::convert

@@ -1,4 +1,5 @@
 #include <vellum/convert/colortables_p.h>
+#include <vellum/convert/premultiply_p.h>
 
 #include <algorithm>
 
@@ -14,15 +15,12 @@ QVector<QRgb> ramp(QRgb first, QRgb step)
     return colors;
 }
 
-/// Each channel times alpha / 255, rounded; red and blue are worked on at once.
 QRgb premultiplied(QRgb color)
 {
-    const quint32 alpha = color >> 24;
-    quint32 redBlue = (color & 0xff00ff) * alpha;
-    redBlue = (redBlue + (redBlue >> 8 & 0xff00ff) + 0x800080) >> 8 & 0xff00ff;
-    quint32 green = (color >> 8 & 0xff) * alpha;
-    green = (green + (green >> 8 & 0xff) + 0x80) & 0xff00;
-    return alpha << 24 | redBlue | green;
+    const uchar bgra[4] = {uchar(color), uchar(color >> 8), uchar(color >> 16), uchar(color >> 24)};
+    uchar result[4];
+    premultiplyPortable(result, bgra, 1);
+    return qRgba(result[2], result[1], result[0], result[3]);
 }
 
 } // namespace

@@ -38,8 +38,8 @@ namespace vellum {
 /// converts: the bytes that QImage::convertToFormat() has for an equal plain image.
 ///
 /// Unlike Vellum::convertToFormat() it knows every pair for big images too, makes a big result
-/// where asked, and does not weigh grey by green. It works through strips of rows, with a few
-/// megabytes beside the result. Where QImage dithers, errors run on from strip to strip, and
+/// where asked, and does not weigh grey by green. It works through strips of rows, with little
+/// memory beside the result. Where QImage dithers, errors run on from strip to strip, and
 /// whether the colours fit a palette is decided for the whole image.
 ///
 /// The result carries ICC profile, CMYK-origin flag, text, resolution, device pixel ratio, colour
@@ -51,8 +51,9 @@ namespace vellum {
 /// \return null when \a image is null, \a format is invalid, memory runs out, a row of \a image is
 ///         missing, or its progress callback answered "stop"
 ///
-/// The progress callback of \a image is polled once per row. QImage may use the global thread
-/// pool for single strips.
+/// The progress callback of \a image is polled once per row, on the calling thread, which does all
+/// the work but for one case: with Qt::PreferDither QImage may spread wide strips over the global
+/// thread pool.
 VELLUM_EXPORT Vellum converted(const Vellum &image, QImage::Format format,
                                Qt::ImageConversionFlags flags, Storage storage);
 

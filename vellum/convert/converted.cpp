@@ -1,6 +1,7 @@
 // Any conversion on either storage: QImage's own, strip by strip.
 
 #include <vellum/convert/convert.h>
+#include <vellum/convert/directrows_p.h>
 #include <vellum/convert/ditherrows_p.h>
 #include <vellum/convert/rowloop_p.h>
 #include <vellum/image/imagedata_p.h>
@@ -9,25 +10,32 @@
 #include <QStringList>
 
 #include <cstring>
-#include <memory>
+#include <vector>
 
 using vellum::convert::RowConverter;
 
 namespace {
 
-constexpr qint64 kStripBytes = 1 << 19; // of the wider of source and result: fits a cache
+/// Bytes of the wider of source and result: small enough for the nearest cache, and for QImage to
+/// do the work at once instead of handing it to the thread pool, which costs more than it brings.
+constexpr qint64 kStripBytes = 1 << 16;
 
-/// Strips begin at multiples of this: the period of QImage's dither patterns, and whole groups.
-constexpr int kStripUnit = 16;
-static_assert(kStripUnit % RowConverter::kGroup == 0);
+constexpr int kDitherPeriod = 16; // rows, of QImage's ordered dither patterns
+static_assert(kDitherPeriod % RowConverter::kGroup == 0);
 
 enum class Outcome { Done, GaveUp, Failed };
 
-int stripRows(const Vellum &image, QImage::Format format)
+/// Rows of a strip: a power of two, so that whole strips make a dither period or a group.
+int stripRows(const Vellum &image, QImage::Format format, Qt::ImageConversionFlags flags)
 {
     const int depth = qMax(image.depth(), qt_depthForFormat(format));
     const qint64 rowBytes = (qint64(image.width()) * depth + 7) / 8;
-    return int(qMax<qint64>(kStripBytes / rowBytes / kStripUnit, 1) * kStripUnit);
+    // QImage's patterns begin with every strip. It uses them only when asked like this.
+    const bool hasPattern = (flags & Qt::DitherMode_Mask) == Qt::PreferDither;
+    int rows = hasPattern ? kDitherPeriod : 1;
+    while (rows * 2 * rowBytes <= kStripBytes)
+        rows *= 2;
+    return rows;
 }
 
 size_t visibleBytes(const QImage &image)
@@ -73,8 +81,8 @@ private:
                 return {};
             m_polled = qMax(m_polled, row + 1);
         }
-        QImage strip = isRegular(count)
-            ? QImage(m_rows[0], m_image.width(), count, int(stride(count)), m_image.format())
+        QImage strip = isOneBuffer(count)
+            ? QImage(m_rows[0], m_image.width(), count, m_image.bytesPerLine(), m_image.format())
             : gathered(count);
         if (QImageData *const data = QImageData::get(strip)) {
             // Written directly: the setters would copy the rows.
@@ -86,22 +94,17 @@ private:
         return strip;
     }
 
-    qptrdiff stride(int count) const
+    /// True when the rows can be shown to QImage where they are: it reads padding too.
+    bool isOneBuffer(int count) const
     {
-        return count > 1 ? m_rows[1] - m_rows[0] : m_image.bytesPerLine();
-    }
-
-    /// True when the rows can be shown to QImage where they are.
-    bool isRegular(int count) const
-    {
-        const auto step = stride(count);
+        const auto addressOf = [](const uchar *row) { return reinterpret_cast<quintptr>(row); };
+        const auto stride = quintptr(m_image.bytesPerLine());
         const quintptr alignment = m_image.depth() == 64 ? 8 : 4;
-        if (step < qptrdiff(visibleBytes(m_image)) || step > m_image.bytesPerLine() + 4096 ||
-            quintptr(step) % alignment != 0 || quintptr(m_rows[0]) % alignment != 0 ||
-            vellum::convert::storedPixels(m_image) < m_image.width())
+        if (m_image.storedBytesPerLine() < m_image.bytesPerLine() || stride % alignment != 0 ||
+            addressOf(m_rows[0]) % alignment != 0)
             return false;
-        for (int i = 2; i < count; ++i) {
-            if (m_rows[size_t(i)] - m_rows[size_t(i - 1)] != step)
+        for (int i = 1; i < count; ++i) {
+            if (addressOf(m_rows[size_t(i)]) - addressOf(m_rows[size_t(i - 1)]) != stride)
                 return false;
         }
         return true;
@@ -127,6 +130,19 @@ private:
     int m_polled = 0; // rows
 };
 
+/// Converts row by row, without a strip in between.
+Outcome convertDirectly(Vellum &result, const Vellum &image, vellum::convert::RowFunction row)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar *const in = image_constScanLine(&image, nullptr, y);
+        uchar *const out = result.scanLineEx(y);
+        if (!in || !out)
+            return Outcome::Failed;
+        row(out, in, image.width());
+    }
+    return Outcome::Done;
+}
+
 /// Converts every strip by itself. Right for all conversions of single pixels.
 Outcome convertStrips(Vellum &result, StripSource &source, Qt::ImageConversionFlags flags)
 {
@@ -143,28 +159,60 @@ Outcome convertStrips(Vellum &result, StripSource &source, Qt::ImageConversionFl
     });
 }
 
+/// Collects rows until they are a group for a RowConverter.
+class GroupFeeder
+{
+public:
+    GroupFeeder(Vellum &result, RowConverter &rows) : m_result(result), m_rows(rows) { }
+
+    /// Takes the rows of \a part, which are rows \a y and on of the image.
+    bool add(int y, const QImage &part)
+    {
+        m_parts.push_back(part); // keeps the rows alive
+        for (int i = 0; i < part.height(); ++i) {
+            m_out[m_count] = m_result.scanLineEx(y + i);
+            m_in[m_count] = part.constScanLine(i);
+            if (++m_count == RowConverter::kGroup && !flush())
+                return false;
+        }
+        if (m_count == 0)
+            m_parts.clear();
+        return true;
+    }
+
+    /// Converts what has been collected.
+    bool flush()
+    {
+        const int count = m_count;
+        m_count = 0;
+        return count == 0 || m_rows.convert(m_out, m_in, count);
+    }
+
+private:
+    Vellum &m_result;
+    RowConverter &m_rows;
+    std::vector<QImage> m_parts;
+    uchar *m_out[RowConverter::kGroup];
+    const uchar *m_in[RowConverter::kGroup];
+    int m_count = 0;
+};
+
 /// Converts every strip to \a between and hands the rows on to \a rows, whose state runs on.
 Outcome convertRows(Vellum &result, StripSource &source, QImage::Format between,
-                    Qt::ImageConversionFlags flags, RowConverter &rows)
+                    Qt::ImageConversionFlags flags, RowConverter *rows)
 {
-    const Outcome outcome = source.forEachStrip([&](int y, const QImage &strip) {
+    if (!rows)
+        return Outcome::Failed;
+    GroupFeeder feeder(result, *rows);
+    Outcome outcome = source.forEachStrip([&](int y, const QImage &strip) {
         const QImage part = strip.convertToFormat(between, flags);
         if (part.isNull())
             return Outcome::Failed;
-        for (int i = 0; i < part.height(); i += RowConverter::kGroup) {
-            uchar *out[RowConverter::kGroup];
-            const uchar *in[RowConverter::kGroup];
-            const int count = qMin(RowConverter::kGroup, part.height() - i);
-            for (int k = 0; k < count; ++k) {
-                out[k] = result.scanLineEx(y + i + k);
-                in[k] = part.constScanLine(i + k);
-            }
-            if (!rows.convert(out, in, count))
-                return Outcome::GaveUp;
-        }
-        return Outcome::Done;
+        return feeder.add(y, part) ? Outcome::Done : Outcome::GaveUp;
     });
-    result.setColorTable(rows.colors());
+    if (outcome == Outcome::Done && !feeder.flush())
+        outcome = Outcome::GaveUp;
+    result.setColorTable(rows->colors());
     return outcome;
 }
 
@@ -175,13 +223,14 @@ Outcome convertToIndexed8(Vellum &result, StripSource &source, QImage::Format be
     QVector<QRgb> collected;
     if (plan.collects) {
         const auto palette = vellum::convert::makePaletteRows(result.width(), between);
-        const Outcome outcome = convertRows(result, source, between, flags, *palette);
-        if (outcome == Outcome::Failed || (outcome == Outcome::Done && plan.mayKeepPalette))
+        const Outcome outcome = convertRows(result, source, between, flags, palette.get());
+        if (!palette || outcome == Outcome::Failed ||
+            (outcome == Outcome::Done && plan.mayKeepPalette))
             return outcome;
         collected = palette->colors();
     }
     const auto cube = vellum::convert::makeCubeRows(result.width(), between, flags, collected);
-    return convertRows(result, source, between, flags, *cube);
+    return convertRows(result, source, between, flags, cube.get());
 }
 
 bool isOneBit(QImage::Format format)
@@ -222,7 +271,10 @@ QVector<QRgb> stripColors(const Vellum &image, QImage::Format to)
 Outcome convertPixels(Vellum &result, const Vellum &image, Qt::ImageConversionFlags flags)
 {
     const QImage::Format to = result.format();
-    StripSource source(image, stripRows(image, to), stripColors(image, to));
+    const auto row = vellum::convert::directRow(image.format(), to);
+    if (row && vellum::convert::storedPixels(image) == image.width())
+        return convertDirectly(result, image, row);
+    StripSource source(image, stripRows(image, to, flags), stripColors(image, to));
     if (!dithers(image.format(), to))
         return convertStrips(result, source, flags);
     const QImage::Format between = ditheredFormat(image);
@@ -230,7 +282,7 @@ Outcome convertPixels(Vellum &result, const Vellum &image, Qt::ImageConversionFl
         return convertToIndexed8(result, source, between, flags);
     const auto rows = vellum::convert::makeMonoRows(image.width(), between, image.colorTable(),
                                                     to == QImage::Format_MonoLSB, flags);
-    return convertRows(result, source, between, flags, *rows);
+    return convertRows(result, source, between, flags, rows.get());
 }
 
 void carryMetadata(Vellum &result, const Vellum &image)

@@ -8,10 +8,15 @@ namespace vellum::convert {
 
 namespace {
 
-/// Runs all rows through \a rows, in groups, until one is null.
+/// Runs all rows through \a rows, in groups, until one is null. Without \a rows, for want of
+/// memory, \a dst becomes null.
 /// \return false when \a rows gave up
-bool convertRows(Vellum &dst, const Vellum &src, RowConverter &rows)
+bool convertRows(Vellum &dst, const Vellum &src, RowConverter *rows)
 {
+    if (!rows) {
+        dst = Vellum();
+        return true;
+    }
     const int height = src.height();
     for (int y = 0; y < height;) {
         uchar *out[RowConverter::kGroup];
@@ -25,12 +30,12 @@ bool convertRows(Vellum &dst, const Vellum &src, RowConverter &rows)
             ++count;
             ++y;
         }
-        if (!rows.convert(out, in, count))
+        if (!rows->convert(out, in, count))
             return false;
         if (count < RowConverter::kGroup)
             break;
     }
-    dst.setColorTable(rows.colors());
+    dst.setColorTable(rows->colors());
     return true;
 }
 
@@ -45,7 +50,7 @@ void convertXToMono(Vellum &dst, const Vellum &src, Qt::ImageConversionFlags fla
 {
     const auto rows = makeMonoRows(commonWidth(dst, src), src.format(), src.colorTable(),
                                    dst.format() == QImage::Format_MonoLSB, flags);
-    convertRows(dst, src, *rows);
+    convertRows(dst, src, rows.get());
 }
 
 void convertRGBToIndexed8(Vellum &dst, const Vellum &src, Qt::ImageConversionFlags flags)
@@ -55,11 +60,12 @@ void convertRGBToIndexed8(Vellum &dst, const Vellum &src, Qt::ImageConversionFla
     QVector<QRgb> collected;
     if (plan.collects) {
         const auto palette = makePaletteRows(width, src.format());
-        if (convertRows(dst, src, *palette) && plan.mayKeepPalette)
+        const bool fits = convertRows(dst, src, palette.get());
+        if (!palette || (fits && plan.mayKeepPalette))
             return;
         collected = palette->colors();
     }
-    convertRows(dst, src, *makeCubeRows(width, src.format(), flags, collected));
+    convertRows(dst, src, makeCubeRows(width, src.format(), flags, collected).get());
 }
 
 void convertARGBToIndexed8(Vellum &dst, const Vellum &src, Qt::ImageConversionFlags flags)

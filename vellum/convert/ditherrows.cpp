@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 
 namespace vellum::convert {
 
@@ -208,6 +209,17 @@ private:
     std::vector<uchar> m_maskBits;
 };
 
+/// Null when there is no memory for the buffers, which are some rows wide.
+template <typename Rows, typename... Arguments>
+std::unique_ptr<RowConverter> make(const Arguments &...arguments)
+{
+    try {
+        return std::make_unique<Rows>(arguments...);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
 } // namespace
 
 RowConverter::~RowConverter() = default;
@@ -216,19 +228,19 @@ std::unique_ptr<RowConverter> makeMonoRows(int width, QImage::Format from,
                                            const QVector<QRgb> &colors, bool lsbFirst,
                                            Qt::ImageConversionFlags flags)
 {
-    return std::make_unique<MonoRows>(width, from, colors, lsbFirst, flags);
+    return make<MonoRows>(width, from, colors, lsbFirst, flags);
 }
 
 std::unique_ptr<RowConverter> makePaletteRows(int width, QImage::Format from)
 {
-    return std::make_unique<PaletteRows>(width, from);
+    return make<PaletteRows>(width, from);
 }
 
 std::unique_ptr<RowConverter> makeCubeRows(int width, QImage::Format from,
                                            Qt::ImageConversionFlags flags,
                                            const QVector<QRgb> &collected)
 {
-    return std::make_unique<CubeRows>(width, from, flags, collected);
+    return make<CubeRows>(width, from, flags, collected);
 }
 
 IndexedPlan indexedPlan(QImage::Format from, Qt::ImageConversionFlags flags)

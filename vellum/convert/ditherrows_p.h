@@ -31,6 +31,9 @@ protected:
     RowConverter() = default;
 };
 
+/// \name The converters. Null when memory runs out.
+/// @{
+
 /// To one bit, by the greys of Indexed8 (with a table of \a colors), RGB32 or ARGB32 rows.
 std::unique_ptr<RowConverter> makeMonoRows(int width, QImage::Format from,
                                            const QVector<QRgb> &colors, bool lsbFirst,
@@ -48,6 +51,7 @@ std::unique_ptr<RowConverter> makePaletteRows(int width, QImage::Format from);
 std::unique_ptr<RowConverter> makeCubeRows(int width, QImage::Format from,
                                            Qt::ImageConversionFlags flags,
                                            const QVector<QRgb> &collected);
+/// @}
 
 /// How the colours of an image of RGB32 or ARGB32 rows become at most 256.
 struct IndexedPlan

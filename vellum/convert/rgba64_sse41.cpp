@@ -2,6 +2,8 @@
 
 #include <smmintrin.h>
 
+#include <cstring>
+
 namespace {
 
 /// Two pixels to 8-bit channels in 16-bit lanes. The addition saturates, which changes nothing:
@@ -30,6 +32,7 @@ void vellum::convert::narrowRgba64Sse41(unsigned char *out, const unsigned char 
     for (; x < width; ++x, in += 8, out += 4) {
         const __m128i pixel = narrowed(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(in)));
         const __m128i bgra = _mm_shuffle_epi8(_mm_packus_epi16(pixel, pixel), toBgra);
-        _mm_storeu_si32(out, bgra);
+        const int pixelOut = _mm_cvtsi128_si32(bgra);
+        std::memcpy(out, &pixelOut, sizeof pixelOut);
     }
 }

@@ -105,7 +105,7 @@ template <typename Routine, size_t Count>
 constexpr bool everyCellIsListedOnce(const Cell<Routine> (&cells)[Count])
 {
     for (size_t i = 0; i < Count; ++i) {
-        if (!cells[i].routine || cells[i].from == cells[i].to)
+        if (cells[i].from == cells[i].to)
             return false;
         for (size_t j = 0; j < i; ++j) {
             if (cells[i].from == cells[j].from && cells[i].to == cells[j].to)

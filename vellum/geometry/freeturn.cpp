@@ -4,6 +4,9 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
 
 namespace vellum::geometry {
 
@@ -62,8 +65,9 @@ class Painter
 {
 public:
     Painter(Vellum &result, const Vellum &source, const FreeTurn &turn, const Sampler &sampler,
-            const image::RowTable &rows)
-        : m_result(result), m_turn(turn), m_sampler(sampler)
+            const image::RowTable &rows, const uchar *fillRow)
+        : m_result(result), m_turn(turn), m_sampler(sampler), m_fillRow(fillRow),
+          m_bytesPerPixel(result.depth() / 8)
     {
         const qint64 stored = qint64(source.storedBytesPerLine()) * 8 / source.depth();
         m_run.rows = rows.data();
@@ -123,17 +127,28 @@ private:
         part(plan.drawn.first, plan.inner.first, m_sampler.draw);
         part(plan.inner.first, plan.inner.last, m_sampler.drawInner);
         part(plan.inner.last, plan.drawn.last, m_sampler.draw);
-        if (m_sampler.drawOutside) {
-            const Span before = piece.meet({0, plan.drawn.first});
-            const Span after = piece.meet({plan.drawn.last, piece.last});
-            m_sampler.drawOutside(plan.out, int(before.first), int(before.last));
-            m_sampler.drawOutside(plan.out, int(after.first), int(after.last));
+        fill(plan.out, piece.meet({0, plan.drawn.first}));
+        fill(plan.out, piece.meet({plan.drawn.last, piece.last}));
+    }
+
+    void fill(uchar *row, Span columns) const
+    {
+        if (columns.isEmpty())
+            return;
+        if (m_fillRow) {
+            const qint64 from = columns.first * m_bytesPerPixel;
+            const qint64 to = columns.last * m_bytesPerPixel;
+            std::memcpy(row + from, m_fillRow + from, size_t(to - from));
+        } else if (m_sampler.drawOutside) {
+            m_sampler.drawOutside(row, int(columns.first), int(columns.last));
         }
     }
 
     Vellum &m_result;
     const FreeTurn &m_turn;
     const Sampler &m_sampler;
+    const uchar *m_fillRow; // a result row of the fill value; null for one-bit results
+    int m_bytesPerPixel;
     SampleRun m_run {};
 };
 
@@ -153,13 +168,30 @@ FreeTurn::FreeTurn(int w, int h, double radians)
     originY = -centreX * sine - centreY * cosine + qint64(h >> 1) * kOnePixel;
 }
 
+FillPixel FillPixel::of(uint value)
+{
+    FillPixel pixel;
+    for (int i = 0; i < 8; ++i) // 64-bit pixels have the value twice
+        pixel.bytes[i] = uchar(value >> (i % 4 * 8));
+    return pixel;
+}
+
 bool turnFreely(Vellum &result, const Vellum &source, const FreeTurn &turn, const Sampler &sampler,
-                const RowsDone &done)
+                const FillPixel &fill, const RowsDone &done)
 {
     const image::RowTable rows(source);
     if (!rows.isValid())
         return false;
-    Painter painter(result, source, turn, sampler, rows);
+    std::unique_ptr<uchar[]> fillRow;
+    if (const size_t bytesPerPixel = size_t(result.depth() / 8)) {
+        const size_t bytes = size_t(result.width()) * bytesPerPixel;
+        fillRow.reset(new (std::nothrow) uchar[bytes]);
+        if (!fillRow)
+            return false;
+        for (size_t i = 0; i < bytes; ++i)
+            fillRow[i] = fill.bytes[i % bytesPerPixel];
+    }
+    Painter painter(result, source, turn, sampler, rows, fillRow.get());
     const int height = result.height();
     for (int first = 0; first < height;) {
         const int last = first + qMin(kPieceRows, height - first);

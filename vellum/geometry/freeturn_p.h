@@ -27,13 +27,22 @@ struct FreeTurn
     FreeTurn(int w, int h, double radians);
 };
 
+/// The bytes of a pixel of the fill value, at the front.
+struct FillPixel
+{
+    uchar bytes[8];
+
+    /// \a value as Vellum::fill(uint) writes it.
+    static FillPixel of(uint value);
+};
+
 /// Told that the first \a rows rows of the result are done; false stops.
 using RowsDone = std::function<bool(int rows)>;
 
-/// Draws \a source, turned, over \a result, which has the size that \a turn says, complete rows
-/// and the fill value where nothing is drawn.
+/// Draws \a source, turned, and \a fill around it over all of \a result, which has the size that
+/// \a turn says and complete rows. One-bit results must be clear, and are filled by the sampler.
 /// \return false when \a done stopped the loop or memory ran out
 [[nodiscard]] bool turnFreely(Vellum &result, const Vellum &source, const FreeTurn &turn,
-                              const Sampler &sampler, const RowsDone &done);
+                              const Sampler &sampler, const FillPixel &fill, const RowsDone &done);
 
 } // namespace vellum::geometry

@@ -5,6 +5,7 @@
 #include <vellum/image/progress.h>
 #include <vellum/image/vellum.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -25,6 +26,24 @@ void exchange(uchar *a, qptrdiff i, uchar *b, qptrdiff j)
     const auto pixel = loadPixel<Pixel>(a, i);
     storePixel(a, i, loadPixel<Pixel>(b, j));
     storePixel(b, j, pixel);
+}
+
+/// Exchanges pixel x of \a a with pixel startX - x of \a b, for x below \a pixels; in one row
+/// that is its first half.
+template <typename Pixel>
+void exchangeReversed(uchar *a, uchar *b, int startX, int pixels)
+{
+    constexpr int kPiece = 1024 / int(sizeof(Pixel));
+    uchar piece[kPiece * sizeof(Pixel)];
+    const ReverseRow reverse = reverseRow(sizeof(Pixel));
+    for (int x = 0; x < pixels; x += kPiece) {
+        const int count = qMin(kPiece, pixels - x);
+        uchar *const left = a + qptrdiff(x) * qptrdiff(sizeof(Pixel));
+        uchar *const right = b + qptrdiff(startX + 1 - x - count) * qptrdiff(sizeof(Pixel));
+        reverse(piece, left, count);
+        reverse(left, right, count);
+        std::memcpy(right, piece, size_t(count) * sizeof(Pixel));
+    }
 }
 
 template <typename Pixel>
@@ -57,8 +76,10 @@ void mirrorInside(Vellum &image, int startX, unsigned startY, int stepX, int ste
     for (int y = 0; y < rows; ++y) {
         uchar *const a = image.scanLine(y);
         uchar *const b = image.scanLine(int(startY) + y * stepY);
-        for (int x = 0; a && b && x < pixels; ++x)
-            exchange<Pixel>(a, x, b, qptrdiff(startX) + qptrdiff(x) * stepX);
+        if (a && b && stepX < 0)
+            exchangeReversed<Pixel>(a, b, startX, pixels);
+        else if (a && b && a != b)
+            std::swap_ranges(a, a + qptrdiff(pixels) * qptrdiff(sizeof(Pixel)), b);
         report(&image, unit, y + 1, rows);
     }
     if (!middleRow)

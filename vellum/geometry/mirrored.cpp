@@ -18,7 +18,7 @@ Vellum geometry::mirroredOnto(Storage storage, const Vellum &image, bool horizon
     if (result.isNull())
         return result;
     const bool oneBit = image.depth() == 1;
-    if (oneBit || !image::isComplete(image))
+    if ((oneBit && horizontal) || !image::isComplete(image))
         result.fill(0U);
 
     const int bytesPerPixel = oneBit ? 1 : image.depth() / 8;

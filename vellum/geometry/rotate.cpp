@@ -104,18 +104,20 @@ bool rotateFree(Vellum &result, const Vellum &source, double degrees, uint fillC
     if (!createFor(result, source, turn.width, turn.height))
         return false;
     const int depth = source.depth();
-    result.fill(depth == 1 ? 0U : fillColor);
-
     Sampler sampler = samplerForDepth(depth);
-    if (!sampler.draw)
+    if (!sampler.draw) {
+        result.fill(fillColor);
         return true;
+    }
+    if (depth == 1)
+        result.fill(0U);
     if (depth == 1 && fillColor != 0)
         sampler.drawOutside = setBitsMsbFirst;
     const auto reportRow = [&source, &result](int rows) {
         report(source, rows, result.height());
         return true;
     };
-    if (turnFreely(result, source, turn, sampler, reportRow))
+    if (turnFreely(result, source, turn, sampler, FillPixel::of(fillColor), reportRow))
         return true;
     result = Vellum();
     return false;

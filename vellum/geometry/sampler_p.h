@@ -36,7 +36,7 @@ struct Sampler
     int reach = 1;
     Draw draw = nullptr; ///< null when pixels of this layout are not drawn
     Draw drawInner = nullptr; ///< faster form for the inside; null when there is none
-    /// Sets the pixels outside the source; null when the result already has the fill value there.
+    /// Sets one-bit pixels outside the source; null to leave them clear.
     void (*drawOutside)(uchar *row, int from, int to) = nullptr;
 };
 

@@ -50,13 +50,6 @@ Vellum quarterTurnedOnto(Storage storage, const Vellum &image, int turns)
     return geometry::mirroredOnto(storage, image, turns == 2, turns == 2);
 }
 
-/// The bytes of a pixel that shows \a color in the format of \a image, at the front; of one-bit
-/// formats a byte of such pixels.
-struct PixelBytes
-{
-    uchar bytes[8] = {};
-};
-
 int nearestColor(const QVector<QRgb> &colors, QRgb wanted)
 {
     int nearest = 0;
@@ -75,9 +68,10 @@ int nearestColor(const QVector<QRgb> &colors, QRgb wanted)
     return nearest;
 }
 
-PixelBytes pixelFor(const Vellum &image, const QColor &color)
+/// The pixel that shows \a color in the format of \a image; for one-bit formats a byte of them.
+geometry::FillPixel pixelFor(const Vellum &image, const QColor &color)
 {
-    PixelBytes pixel;
+    geometry::FillPixel pixel {};
     if (image.depth() == 1 || image.format() == QImage::Format_Indexed8) {
         const int index = nearestColor(image.colorTable(), color.rgba());
         pixel.bytes[0] = uchar(image.depth() == 1 && index == 1 ? 0xff : index);
@@ -89,27 +83,8 @@ PixelBytes pixelFor(const Vellum &image, const QColor &color)
     return pixel;
 }
 
-/// Writes \a pixel to every pixel, of 8 bits or more.
-void fillWith(Vellum &image, const PixelBytes &pixel)
-{
-    const size_t bytes = size_t(image.depth() / 8);
-    const size_t rowBytes = size_t(image.width()) * bytes;
-    uchar *const first = image.scanLineEx(0);
-    for (size_t i = 0; i < rowBytes; ++i)
-        first[i] = pixel.bytes[i % bytes];
-    for (int y = 1; y < image.height(); ++y)
-        std::memcpy(image.scanLineEx(y), first, rowBytes);
-}
-
-PixelBytes pixelOf(uint fillColor)
-{
-    PixelBytes pixel;
-    for (int i = 0; i < 8; ++i) // 64-bit pixels have the value twice
-        pixel.bytes[i] = uchar(fillColor >> (i % 4 * 8));
-    return pixel;
-}
-
-Vellum turnedFreely(const Vellum &image, double angle, const PixelBytes &fill, Storage storage)
+Vellum turnedFreely(const Vellum &image, double angle, const geometry::FillPixel &fill,
+                    Storage storage)
 {
     if (image.isNull() || !std::isfinite(angle))
         return {};
@@ -130,11 +105,9 @@ Vellum turnedFreely(const Vellum &image, double angle, const PixelBytes &fill, S
         if (fill.bytes[0] != 0) {
             sampler.drawOutside = lsbFirst ? geometry::setBitsLsbFirst : geometry::setBitsMsbFirst;
         }
-    } else {
-        fillWith(result, fill);
     }
     const auto done = [&](int rows) { return report(image, rows, result.height()); };
-    return geometry::turnFreely(result, image, turn, sampler, done) ? result : Vellum();
+    return geometry::turnFreely(result, image, turn, sampler, fill, done) ? result : Vellum();
 }
 
 } // namespace
@@ -148,7 +121,7 @@ Vellum quarterTurned(const Vellum &image, int turns)
 
 Vellum freeRotated(const Vellum &image, double angle, uint fillColor, Storage storage)
 {
-    return turnedFreely(image, angle, pixelOf(fillColor), storage);
+    return turnedFreely(image, angle, geometry::FillPixel::of(fillColor), storage);
 }
 
 Vellum freeRotated(const Vellum &image, double angle, const QColor &fill, Storage storage)

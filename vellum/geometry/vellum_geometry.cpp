@@ -2,6 +2,7 @@
 
 #include <vellum/geometry/mirror_p.h>
 #include <vellum/geometry/rotate_p.h>
+#include <vellum/image/derived_p.h>
 #include <vellum/image/vellum.h>
 
 Vellum Vellum::mirrored(bool horizontal, bool vertical) const
@@ -19,8 +20,9 @@ Vellum Vellum::mirrored_helper(bool horizontal, bool vertical) const
     if (!create(result, width(), height(), format()))
         return {};
     result.setColorTable(colorTable());
-    if (depth() == 1 || storedBytesPerLine() < bytesPerLine() || !scanLineEx(height() - 1))
-        result.fill(0U); // padding bits move along, and rows that a store lacks show
+    // The padding of one-bit rows moves along, and what a store lacks shows.
+    if ((depth() == 1 && horizontal) || !vellum::image::isComplete(*this))
+        result.fill(0U);
     vellum::geometry::do_mirror(&result, this, horizontal, vertical);
     return result;
 }

@@ -15,10 +15,9 @@ namespace vellum::image {
 /// Gives back what reserveZeroed(\a bytes) returned; null is allowed.
 void releaseReserved(unsigned char *memory, std::size_t bytes) noexcept;
 
-/// Asks for large pages under \a bytes of memory that is about to be written as a whole.
-///
-/// A fresh image costs a page fault per 4 KiB otherwise, which takes longer than many an operation
-/// needs to compute its bytes. Does nothing where the operating system offers no choice.
-void preferLargePages(unsigned char *memory, std::size_t bytes) noexcept;
+/// Says that all of \a memory, \a bytes of it, is about to be written, so that the operating
+/// system may back it with large pages: the first write to each small page is what most operations
+/// on a new image spend their time on. Does nothing for small sizes or where it is not known.
+void adviseLargePages(void *memory, std::size_t bytes) noexcept;
 
 } // namespace vellum::image

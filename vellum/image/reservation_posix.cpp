@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace vellum::image {
 
@@ -29,17 +30,17 @@ void releaseReserved(unsigned char *memory, std::size_t bytes) noexcept
         munmap(memory, bytes);
 }
 
-void preferLargePages([[maybe_unused]] unsigned char *memory,
-                      [[maybe_unused]] std::size_t bytes) noexcept
+void adviseLargePages([[maybe_unused]] void *memory, [[maybe_unused]] std::size_t bytes) noexcept
 {
 #ifdef MADV_HUGEPAGE
-    // Whole large pages only: what else lies in the first and the last is not ours.
-    constexpr std::uintptr_t kLargePage = std::uintptr_t(2) << 20;
+    constexpr std::size_t kWorthIt = 4 << 20; // two large pages of common processors
+    if (!memory || bytes < kWorthIt)
+        return;
+    const auto pageSize = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
     const auto start = reinterpret_cast<std::uintptr_t>(memory);
-    const std::uintptr_t first = (start + kLargePage - 1) / kLargePage * kLargePage;
-    const std::uintptr_t last = (start + bytes) / kLargePage * kLargePage;
-    if (first < last)
-        madvise(reinterpret_cast<void *>(first), last - first, MADV_HUGEPAGE);
+    const std::uintptr_t firstPage = start / pageSize * pageSize;
+    // Only advice: failure changes nothing.
+    madvise(reinterpret_cast<void *>(firstPage), start + bytes - firstPage, MADV_HUGEPAGE);
 #endif
 }
 

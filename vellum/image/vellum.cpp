@@ -30,8 +30,13 @@ Vellum::~Vellum()
 {
     m_progressCallback = nullptr;
     m_progressUserData = nullptr;
-    if (isLastHolder())
-        clear();
+    // Whether this is the last holder is decided by dropping the reference: of several that go at
+    // the same time exactly one is.
+    QImageData *const data = std::exchange(data_ptr(), nullptr);
+    if (data && data->ref.deref())
+        return;
+    clear();
+    delete data;
 }
 
 // Attachments are forgotten, not released: callers keep using records they got from the image.

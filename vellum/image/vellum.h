@@ -242,6 +242,7 @@ public:
     void setColorCount(int count);
     void setColorSpace(const QColorSpace &colorSpace);
     void setOffset(const QPoint &offset); ///< QImage::offset, not getOffsetX() and getOffsetY()
+    bool reinterpretAsFormat(QImage::Format format); ///< For this image only; see setFormat()
     /// @}
 
     /// Relabels the pixels as \a format, for this image and all that share its data, without
@@ -365,7 +366,8 @@ public:
     ///
     /// The result of a big image is null when there is no routine for the pair, and also when
     /// \a format is the one it has; a plain image in its own format is shared. Resolution, device
-    /// pixel ratio and text are carried; attachments, ICC profile, flags and callback are not.
+    /// pixel ratio and text are carried; attachments, ICC profile, flags and callback are not. The
+    /// progress callback is not polled.
     ///
     /// Copying routines for big images exist from Mono and MonoLSB to each other, Indexed8, RGB32,
     /// ARGB32 and ARGB32_Premultiplied; from Indexed8 to Mono, MonoLSB, Grayscale8, Alpha8, RGB32,
@@ -431,6 +433,8 @@ private:
     void clear();
     bool isLastHolder() const;
     void partMetadata();
+    template <typename Setter>
+    auto withOwnMetadata(Setter setter);
     static bool replacePixels(Vellum &image, const Vellum &pixels);
 
     // Set to null by every constructor; kept free for additions that keep the layout.

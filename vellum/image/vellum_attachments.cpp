@@ -61,7 +61,7 @@ uchar *Vellum::allocChannelsData(int channels, int bits, int &stride)
     stride = 0;
     // The width and the number of samples have 31 bits each: their product fits 64, three do not.
     constexpr qint64 kMost = std::numeric_limits<int>::max();
-    if ((bits != 8 && bits != 16) || channels < 0 || qint64(width()) * channels > kMost / 2)
+    if ((bits != 8 && bits != 16) || channels < 0 || qint64(width()) * channels > kMost)
         return nullptr;
     const qint64 rowBytes = channelStride(width(), channels, bits);
     if (rowBytes > kMost || rowBytes * height() > kMost)
@@ -86,8 +86,10 @@ void Vellum::freeChannelsData()
 QList<Vellum *> Vellum::getChannelsImage(bool to8Bit, bool freeData)
 {
     QList<Vellum *> images;
-    const qint64 stride = channelStride(width(), m_channelCount, m_channelBits);
-    if (m_channelsData && stride * height() <= m_channelsBytes) {
+    // The image may have been given another size since.
+    const qint64 stride =
+        m_channelsData ? channelStride(width(), m_channelCount, m_channelBits) : 0;
+    if (m_channelsData && stride <= m_channelsBytes / qMax(height(), 1)) {
         const int bytes = m_channelBits / 8;
         const bool wide = bytes == 2 && !to8Bit;
         const auto extract = wide ? extractSamples<quint16> : extractSamples<quint8>;

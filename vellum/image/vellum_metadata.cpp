@@ -5,6 +5,7 @@
 #include <vellum/image/vellum.h>
 
 #include <QColorSpace>
+#include <QScopeGuard>
 
 using vellum::image::releaseData;
 
@@ -45,7 +46,8 @@ void Vellum::partMetadata()
     own->dpmy = shared->dpmy;
     own->offset = shared->offset;
     own->own_data = false;
-    own->ro_data = shared->ro_data;
+    // A plain image's pixels may be the base; QImage must copy them before it writes.
+    own->ro_data = shared->ro_data || owner->own_data;
     own->has_alpha_clut = shared->has_alpha_clut;
     own->cleanupFunction = releaseOwner;
     own->cleanupInfo = owner;
@@ -56,56 +58,69 @@ void Vellum::partMetadata()
     releaseData(shared);
 }
 
-void Vellum::setText(const QString &key, const QString &value)
+/// Calls one of QImage's setters so that it changes the metadata of a big image and no more.
+template <typename Setter>
+auto Vellum::withOwnMetadata(Setter setter)
 {
     partMetadata();
-    QImage::setText(key, value);
+    QImageData *const data = m_rowBlocks ? QImageData::get(*this) : nullptr;
+    // QImage also copies pixels that are not its to write; ours are elsewhere.
+    const bool readOnly = data && data->ro_data;
+    if (readOnly)
+        data->ro_data = false;
+    const auto restore = qScopeGuard([data, readOnly] {
+        if (readOnly)
+            data->ro_data = true;
+    });
+    return setter();
+}
+
+void Vellum::setText(const QString &key, const QString &value)
+{
+    withOwnMetadata([&] { QImage::setText(key, value); });
 }
 
 void Vellum::setDotsPerMeterX(int dotsPerMeter)
 {
-    partMetadata();
-    QImage::setDotsPerMeterX(dotsPerMeter);
+    withOwnMetadata([&] { QImage::setDotsPerMeterX(dotsPerMeter); });
 }
 
 void Vellum::setDotsPerMeterY(int dotsPerMeter)
 {
-    partMetadata();
-    QImage::setDotsPerMeterY(dotsPerMeter);
+    withOwnMetadata([&] { QImage::setDotsPerMeterY(dotsPerMeter); });
 }
 
 void Vellum::setDevicePixelRatio(qreal ratio)
 {
-    partMetadata();
-    QImage::setDevicePixelRatio(ratio);
+    withOwnMetadata([&] { QImage::setDevicePixelRatio(ratio); });
 }
 
 void Vellum::setColorTable(const QVector<QRgb> &colors)
 {
-    partMetadata();
-    QImage::setColorTable(colors);
+    withOwnMetadata([&] { QImage::setColorTable(colors); });
 }
 
 void Vellum::setColor(int index, QRgb color)
 {
-    partMetadata();
-    QImage::setColor(index, color);
+    withOwnMetadata([&] { QImage::setColor(index, color); });
 }
 
 void Vellum::setColorCount(int count)
 {
-    partMetadata();
-    QImage::setColorCount(count);
+    withOwnMetadata([&] { QImage::setColorCount(count); });
 }
 
 void Vellum::setColorSpace(const QColorSpace &colorSpace)
 {
-    partMetadata();
-    QImage::setColorSpace(colorSpace);
+    withOwnMetadata([&] { QImage::setColorSpace(colorSpace); });
 }
 
 void Vellum::setOffset(const QPoint &offset)
 {
-    partMetadata();
-    QImage::setOffset(offset);
+    withOwnMetadata([&] { QImage::setOffset(offset); });
+}
+
+bool Vellum::reinterpretAsFormat(QImage::Format format)
+{
+    return withOwnMetadata([&] { return QImage::reinterpretAsFormat(format); });
 }

@@ -30,9 +30,6 @@ struct Reserved
 /// From this size on an image does not stay in the caches anyway.
 constexpr qint64 kStreamFrom = 32 << 20;
 
-/// Some large pages at least. Buffers of this size are rarely memory that was in use before.
-constexpr qint64 kLargePagesFrom = 8 << 20;
-
 } // namespace
 
 bool Vellum::alloc_buffer(qint64 bytesPerLine, int height)
@@ -103,9 +100,9 @@ bool Vellum::replacePixels(Vellum &image, const Vellum &pixels)
 
 bool Vellum::create(Vellum &image, int w, int h, QImage::Format format)
 {
-    Vellum plain(w, h, format);
-    if (plain.sizeInBytes() >= kLargePagesFrom)
-        vellum::image::preferLargePages(plain.bits(), size_t(plain.sizeInBytes()));
+    const Vellum plain(w, h, format);
+    if (const QImageData *const data = QImageData::get(plain))
+        vellum::image::adviseLargePages(data->data, size_t(data->nbytes));
     return replacePixels(image, plain);
 }
 
@@ -125,6 +122,8 @@ bool Vellum::createBig(Vellum &image, int w, int h, QImage::Format format)
     if (big.isNull())
         return replacePixels(image, Vellum());
     static_cast<void>(reserved.release()); // the image data destroys it from now on
+    if (big.depth() == 1) // as every QImage that owns its pixels
+        big.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
     big.alloc_buffer(nominal.bytesPerLine, h); // leaves a null image on failure
     return replacePixels(image, big);
 }

@@ -62,9 +62,8 @@ QString runLengthFault(WordReader &words, qint64 rows, qint64 bytesPerRow)
 }
 
 /// Why what follows the headers at \a start is not exactly what they state; empty when it is.
-QString dataFault(QDataStream &stream, qint64 start, const HrleInfoHeader &info)
+QString dataFault(QIODevice &device, qint64 start, const HrleInfoHeader &info)
 {
-    QIODevice &device = *stream.device();
     const qint64 length = device.size() - start;
     const qint64 data = dataStart(info);
     if (info.informationHeaderSize < kInfoHeaderBytes)
@@ -75,16 +74,15 @@ QString dataFault(QDataStream &stream, qint64 start, const HrleInfoHeader &info)
         return QStringLiteral("its compression is unknown");
     if (length < data + kCountBytes || !device.seek(start + data))
         return QStringLiteral("it ends before its run-length data");
-    quint32 count = 0;
-    stream >> count;
-    if (stream.status() != QDataStream::Ok)
+    const std::optional<quint32> count = readCount(device);
+    if (!count)
         return QStringLiteral("its run-length data cannot be read");
-    const QString fault = lengthFault(length, data + kCountBytes + count);
+    const QString fault = lengthFault(length, data + kCountBytes + *count);
     if (!fault.isEmpty())
         return fault;
-    if (count % 4 != 0)
+    if (*count % 4 != 0)
         return QStringLiteral("its run-length data does not end with a whole word");
-    WordReader words(device, count);
+    WordReader words(device, *count);
     return runLengthFault(words, rowCount(info), rowBytes(info));
 }
 
@@ -102,6 +100,9 @@ HrleCheck checkHrle(QIODevice &device)
 {
     if (!device.isReadable())
         return failure(HrleCheck::Unreadable, QStringLiteral("it is not open for reading"));
+    if (device.isSequential())
+        return failure(HrleCheck::Unreadable,
+                       QStringLiteral("it can only be read from end to end"));
     const qint64 start = device.pos();
     QDataStream stream(&device);
     HrleFileHeader file;
@@ -110,14 +111,12 @@ HrleCheck checkHrle(QIODevice &device)
         return failure(HrleCheck::NotHrle, QStringLiteral("it ends inside the header"));
     if (const char *const fault = headerFault(file, info))
         return failure(HrleCheck::NotHrle, QString::fromLatin1(fault));
-    if (info.bitsPerPixel != kSupportedDepth)
-        return failure(HrleCheck::NotHrle, QStringLiteral("its depth is not 8 bits per pixel"));
 
     HrleCheck check;
     check.width = info.width;
     check.height = int(rowCount(info));
     check.compressed = info.compression == RunLength;
-    check.reason = dataFault(stream, start, info);
+    check.reason = dataFault(device, start, info);
     check.status = check.reason.isEmpty() ? HrleCheck::Complete : HrleCheck::Damaged;
     return check;
 }

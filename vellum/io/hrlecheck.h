@@ -14,7 +14,7 @@ struct HrleCheck
 {
     enum Status {
         Complete, ///< the file holds exactly the pixels that its header states
-        Unreadable, ///< the file cannot be opened or read
+        Unreadable, ///< the file cannot be opened for reading, or is a pipe or the like
         NotHrle, ///< HrleHandler would refuse the header
         Damaged ///< the header is fine, but what follows is not exactly what it states
     };

@@ -24,17 +24,20 @@ const uchar *endOfRun(const uchar *p, const uchar *end)
     constexpr int kWord = 8;
     const uchar value = *p++;
     const quint64 wanted = value * Q_UINT64_C(0x0101010101010101);
+    const auto differenceAt = [&](const uchar *at) {
+        quint64 word = 0;
+        std::memcpy(&word, at, kWord);
+        return word ^ wanted;
+    };
     for (; end - p >= kBlock; p += kBlock) {
-        quint64 words[kBlock / kWord];
-        std::memcpy(words, p, kBlock);
         quint64 difference = 0;
-        for (const quint64 word : words)
-            difference |= word ^ wanted;
+        for (int i = 0; i < kBlock; i += kWord) // compilers make vectors of this
+            difference |= differenceAt(p + i);
         if (difference != 0)
             break;
     }
     for (; end - p >= kWord; p += kWord) {
-        const quint64 difference = qFromLittleEndian<quint64>(p) ^ wanted;
+        const quint64 difference = qFromLittleEndian(differenceAt(p));
         if (difference != 0)
             return p + qCountTrailingZeroBits(difference) / 8;
     }
@@ -84,6 +87,7 @@ std::optional<int> encodeRows(RowSource &rows, uchar *buffer, int size)
             continue;
         }
         previous = row;
+        // Here and after every run, used <= limit: the margin takes what a row's end needs.
         const uchar *const end = row + bytes;
         for (const uchar *run = row;;) {
             const uchar *const next = endOfRun(run, end);
@@ -113,8 +117,8 @@ bool WordReader::refill()
     std::memmove(m_buffer.data(), m_buffer.data() + m_at, size_t(held));
     while (held < 4) { // sequential devices may give a byte at a time
         const qint64 wanted = qMin(m_unread, qint64(m_buffer.size()) - held);
-        auto *const free = reinterpret_cast<char *>(m_buffer.data() + held);
-        const qint64 got = wanted > 0 ? m_device.read(free, wanted) : 0;
+        auto *const space = reinterpret_cast<char *>(m_buffer.data() + held);
+        const qint64 got = wanted > 0 ? m_device.read(space, wanted) : 0;
         if (got <= 0)
             break;
         held += int(got);

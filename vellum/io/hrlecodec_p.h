@@ -3,6 +3,7 @@
 
 #include <vellum/image/attachments.h>
 
+#include <QtEndian>
 #include <QtGlobal>
 
 #include <array>
@@ -60,7 +61,8 @@ private:
 
 /// Encodes all \a rows, top to bottom, into \a buffer of \a size bytes.
 ///
-/// Needs 16 bytes more than it writes, and a run count below 2^24 in each row.
+/// Asks for more than 16 bytes beside what it writes. Runs of 2^24 bytes or more lose their upper
+/// bits.
 /// \return the number of bytes written; -1 when \a size is too small; nothing when a row is null
 [[nodiscard]] std::optional<int> encodeRows(RowSource &rows, uchar *buffer, int size);
 
@@ -78,7 +80,7 @@ public:
     {
         if (m_end - m_at < 4 && !refill())
             return false;
-        word = wordAt(m_buffer.data() + m_at);
+        word = qFromLittleEndian<quint32>(m_buffer.data() + m_at);
         m_at += 4;
         return true;
     }
@@ -87,10 +89,6 @@ public:
     void skipRest();
 
 private:
-    static quint32 wordAt(const uchar *p)
-    {
-        return p[0] | quint32(p[1]) << 8 | quint32(p[2]) << 16 | quint32(p[3]) << 24;
-    }
     bool refill();
 
     std::array<uchar, 16384> m_buffer;

@@ -3,6 +3,7 @@
 #include <vellum/io/hrlecodec_p.h>
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader_p.h>
+#include <vellum/io/readavailable_p.h>
 
 #include <QDataStream>
 #include <QDebug>
@@ -24,20 +25,6 @@ quint32 pixelBytes(const Vellum &image)
     return quint32(image.height()) * quint32(image.bytesPerLine());
 }
 
-/// Reads until \a bytes bytes have come or the device has no more.
-/// \return the number of bytes read
-int readAvailable(QIODevice &device, uchar *out, int bytes)
-{
-    int held = 0;
-    while (held < bytes) {
-        const qint64 got = device.read(reinterpret_cast<char *>(out + held), bytes - held);
-        if (got <= 0)
-            break;
-        held += int(got);
-    }
-    return held;
-}
-
 /// \return false when a row is null; true when the device ends too soon
 bool readRawRows(QIODevice &device, Vellum &image)
 {
@@ -56,11 +43,9 @@ bool readRawRows(QIODevice &device, Vellum &image)
     return true;
 }
 
-bool readRunLengthRows(QDataStream &stream, Vellum &image)
+bool readRunLengthRows(QIODevice &device, Vellum &image)
 {
-    quint32 count = 0; // stays 0 when the device ends too soon
-    stream >> count;
-    WordReader words(*stream.device(), count);
+    WordReader words(device, readCount(device).value_or(0));
     if (!decodeRows(words, image))
         return false;
     words.skipRest();
@@ -81,6 +66,13 @@ bool writeRawRows(QDataStream &stream, const Vellum &image)
             return false;
     }
     return true;
+}
+
+/// A full disk may show only when a file writes its buffer.
+bool flush(QIODevice &device)
+{
+    auto *const file = qobject_cast<QFileDevice *>(&device);
+    return !file || file->flush();
 }
 
 } // namespace
@@ -109,7 +101,7 @@ bool HrleHandler::readHeader(QDataStream &stream)
 bool HrleHandler::readBody(QDataStream &stream, Vellum &image) const
 {
     QIODevice &device = *stream.device();
-    if (device.atEnd() || m_infoHeader.bitsPerPixel != kSupportedDepth)
+    if (device.atEnd())
         return false;
     // Seeking behind the end is a way to enlarge some devices.
     const qint64 start = m_headerStart + dataStart(m_infoHeader);
@@ -123,7 +115,7 @@ bool HrleHandler::readBody(QDataStream &stream, Vellum &image) const
 
     bool done = true;
     if (reached && m_infoHeader.compression == RunLength)
-        done = readRunLengthRows(stream, image);
+        done = readRunLengthRows(device, image);
     else if (reached && m_infoHeader.compression == RawRows)
         done = readRawRows(device, image);
     else
@@ -150,7 +142,8 @@ bool HrleHandler::writeStream(QDataStream &stream, const Vellum &image)
         return false;
     m_fileHeader = {};
     m_fileHeader.fileSize = pixelBytes(image) + kHeaderBytes;
-    return writeFileHeader(stream, m_fileHeader) && writeBody(stream, image);
+    return writeFileHeader(stream, m_fileHeader) && writeBody(stream, image) &&
+        flush(*stream.device());
 }
 
 bool HrleHandler::writeBody(QDataStream &stream, const Vellum &image)
@@ -173,7 +166,7 @@ bool HrleHandler::writeBody(QDataStream &stream, const Vellum &image)
         return false;
     const auto size = int(pixels / 10);
     // Raw rows are better than run-length data that needs more than a tenth of them.
-    const Bytes buffer(static_cast<uchar *>(std::malloc(size_t(qMax(size, 1)))));
+    Bytes buffer(static_cast<uchar *>(std::malloc(size_t(qMax(size, 1)))));
     if (!buffer)
         return false;
     RowSource rows(image, image_constScanLine);
@@ -181,8 +174,10 @@ bool HrleHandler::writeBody(QDataStream &stream, const Vellum &image)
     if (!encoded)
         return false;
     qDebug() << "Rle_Encode size=" << *encoded;
-    if (*encoded < 1)
+    if (*encoded < 1) {
+        buffer.reset();
         return writeInfoHeader(stream, m_infoHeader) && writeRawRows(stream, image);
+    }
     m_infoHeader.compression = RunLength;
     if (!writeInfoHeader(stream, m_infoHeader))
         return false;

@@ -32,7 +32,8 @@ public:
     bool readFile(Vellum &image, const QString &fileName);
 
     /// Makes \a image a plain Grayscale8 image of the file that begins at the current position of
-    /// \a stream, with its resolution; the ICC profile and callback of \a image are kept.
+    /// \a stream, with its resolution (0 leaves QImage's default); the ICC profile and callback of
+    /// \a image are kept.
     ///
     /// A file that ends too soon is no failure: the pixels that it lacks are zero. So are those
     /// that broken run-length data does not describe, and all pixels under an unknown compression.
@@ -59,6 +60,8 @@ public:
     /// header, by design, and the result is true. Bytes that the rows of a big image lack because
     /// its store is narrower than the image are written as zeros. A resolution of 0 is written as
     /// 2834 pixels per metre.
+    ///
+    /// Images of more than 1073741824 pixels can be written, but not read.
     ///
     /// Rows are polled top to bottom while they are encoded; if the image then has to be written
     /// raw, they are polled again, bottom to top. The debug message "Rle_Encode size=" gives the

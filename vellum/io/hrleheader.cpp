@@ -1,34 +1,40 @@
 #include <vellum/io/hrleheader_p.h>
+#include <vellum/io/readavailable_p.h>
 
 #include <QDataStream>
+#include <QtEndian>
 
 #include <limits>
 
 namespace vellum::io {
 
-namespace {
-
-bool isBitmapDepth(int bitsPerPixel)
-{
-    for (const int depth : {1, 4, 8, 16, 24, 32}) {
-        if (bitsPerPixel == depth)
-            return true;
-    }
-    return false;
-}
-
-} // namespace
-
 bool readHeaders(QDataStream &stream, HrleFileHeader &file, HrleInfoHeader &info)
 {
     stream.setByteOrder(QDataStream::LittleEndian);
-    if (stream.readRawData(file.magic, sizeof file.magic) != int(sizeof file.magic))
+    if (stream.status() != QDataStream::Ok)
         return false;
-    stream >> file.fileSize >> file.reserved1 >> file.reserved2 >> file.dataOffset;
-    stream >> info.informationHeaderSize >> info.width >> info.height >> info.planes;
-    stream >> info.bitsPerPixel >> info.compression >> info.imageSize;
-    stream >> info.dotsPerMeterX >> info.dotsPerMeterY >> info.colorsUsed >> info.colorsImportant;
-    return stream.status() == QDataStream::Ok;
+    QByteArray bytes(kHeaderBytes, '\0');
+    if (readAvailable(*stream.device(), reinterpret_cast<uchar *>(bytes.data()), kHeaderBytes) !=
+        kHeaderBytes) {
+        stream.setStatus(QDataStream::ReadPastEnd);
+        return false;
+    }
+    QDataStream in(bytes);
+    in.setByteOrder(QDataStream::LittleEndian);
+    in.readRawData(file.magic, sizeof file.magic);
+    in >> file.fileSize >> file.reserved1 >> file.reserved2 >> file.dataOffset;
+    in >> info.informationHeaderSize >> info.width >> info.height >> info.planes;
+    in >> info.bitsPerPixel >> info.compression >> info.imageSize;
+    in >> info.dotsPerMeterX >> info.dotsPerMeterY >> info.colorsUsed >> info.colorsImportant;
+    return true;
+}
+
+std::optional<quint32> readCount(QIODevice &device)
+{
+    uchar bytes[kCountBytes];
+    if (readAvailable(device, bytes, kCountBytes) != kCountBytes)
+        return std::nullopt;
+    return qFromLittleEndian<quint32>(bytes);
 }
 
 bool writeFileHeader(QDataStream &stream, const HrleFileHeader &file)
@@ -54,8 +60,8 @@ const char *headerFault(const HrleFileHeader &file, const HrleInfoHeader &info)
         return "it does not begin with the letters BM";
     if (info.planes != 1)
         return "the header's number of planes is not 1";
-    if (!isBitmapDepth(info.bitsPerPixel))
-        return "the header's number of bits per pixel is not a valid one";
+    if (info.bitsPerPixel != kSupportedDepth)
+        return "its depth is not 8 bits per pixel";
     if (info.width < 1)
         return "the header's width is below 1";
     if (info.height == 0 || info.height == std::numeric_limits<qint32>::min())

@@ -3,7 +3,10 @@
 
 #include <vellum/io/hrleheader.h>
 
+#include <optional>
+
 class QDataStream;
+class QIODevice;
 
 namespace vellum::io {
 
@@ -31,14 +34,16 @@ constexpr qint64 rowCount(const HrleInfoHeader &info)
 constexpr qint64 rowBytes(const HrleInfoHeader &info) { return (qint64(info.width) + 3) / 4 * 4; }
 
 /// Each switches the stream to little-endian first.
-/// \return false when the stream fails; what was read is then undefined
+/// \return false when the stream fails or ends too soon
 [[nodiscard]] bool readHeaders(QDataStream &stream, HrleFileHeader &file, HrleInfoHeader &info);
 [[nodiscard]] bool writeFileHeader(QDataStream &stream, const HrleFileHeader &file);
 [[nodiscard]] bool writeInfoHeader(QDataStream &stream, const HrleInfoHeader &info);
 
-/// Why an HRLE file cannot have these headers, as a clause for a person; null when it can.
-///
-/// Whether the depth is one that we read is the next question: other depths of a bitmap pass.
+/// The number of bytes of run-length data, which stands before it; nothing when the device ends too
+/// soon.
+[[nodiscard]] std::optional<quint32> readCount(QIODevice &device);
+
+/// Why a file with these headers is none that we read, as a clause for a person; null when it is.
 [[nodiscard]] const char *headerFault(const HrleFileHeader &file, const HrleInfoHeader &info);
 
 } // namespace vellum::io

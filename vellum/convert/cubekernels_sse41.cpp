@@ -1,6 +1,8 @@
-#include <vellum/convert/colorcube_p.h>
+#include <vellum/convert/cubekernels_p.h>
 
 #include <smmintrin.h>
+
+#include <cstring>
 
 namespace {
 
@@ -88,13 +90,15 @@ void diffuseCubeSse41(unsigned char *out, const unsigned char *pixels, int *erro
     __m128i belowLast = ahead;
     __m128i belowHere = ahead;
     for (int i = 0; i < width; ++i, p += 4 * step, e += 4 * step, o += step) {
-        const __m128i value = _mm_cvtepu8_epi32(_mm_loadu_si32(p));
+        int pixel;
+        std::memcpy(&pixel, p, sizeof pixel);
+        const __m128i value = _mm_cvtepu8_epi32(_mm_cvtsi32_si128(pixel));
         const __m128i v = _mm_add_epi32(_mm_add_epi32(value, load(e)), ahead);
         const __m128i clamped = _mm_max_epi32(_mm_min_epi32(v, most), _mm_setzero_si128());
         // (5 v + 128) / 255 for 0 to 255 is (v + 25) / 51, which is a multiplication by 1286
         const __m128i level =
             _mm_mulhi_epu16(_mm_add_epi32(clamped, _mm_set1_epi32(25)), _mm_set1_epi32(1286));
-        const __m128i error = _mm_sub_epi32(v, _mm_mullo_epi16(level, _mm_set1_epi32(51)));
+        const __m128i error = _mm_sub_epi32(v, _mm_mullo_epi16(level, _mm_set1_epi32(kLevelStep)));
         const Shares shares(error);
         ahead = shares.ahead;
         if (i > 0) {

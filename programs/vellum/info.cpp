@@ -1,0 +1,165 @@
+// vellum info: what a picture is, and what it would cost to hold.
+
+#include "command.h"
+#include "failure.h"
+#include "fileheader.h"
+#include "reading.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+namespace vellum::tool {
+
+namespace {
+
+struct Options
+{
+    std::vector<std::string> files;
+    bool json = false;
+};
+
+struct Facts
+{
+    PictureHeader header;
+    Resolution resolution;
+    qint64 fileBytes = 0;
+    qint64 pixelBytes = 0;
+    Storage storage = Storage::Plain;
+};
+
+Facts factsAbout(const QString &fileName)
+{
+    PictureReader reader(fileName);
+    Facts facts;
+    facts.header = reader.header();
+    PictureHeader &header = facts.header;
+    if (header.size.isEmpty() || header.format == QImage::Format_Invalid) {
+        // Some kinds only tell what they are when they are decoded.
+        Progress silent(Progress::Mode::None, fileName);
+        const Vellum picture = reader.read(silent);
+        header.size = picture.size();
+        header.format = picture.format();
+    }
+    QFile file(fileName);
+    if (file.open(QIODevice::ReadOnly) && !file.isSequential()) {
+        facts.resolution = statedResolution(file);
+        facts.fileBytes = file.size();
+    }
+    facts.pixelBytes = pixelBytes(header.size, header.format);
+    facts.storage = chooseStorage(Storage::Auto, facts.pixelBytes);
+    return facts;
+}
+
+double dotsPerInch(int dotsPerMetre) { return qRound(dotsPerMetre * 0.254) / 10.0; }
+
+QJsonObject toJson(const QString &fileName, const Facts &facts)
+{
+    QJsonObject object {
+        {QStringLiteral("file"), fileName},
+        {QStringLiteral("kind"), facts.header.kind},
+        {QStringLiteral("width"), facts.header.size.width()},
+        {QStringLiteral("height"), facts.header.size.height()},
+        {QStringLiteral("format"), formatName(facts.header.format)},
+        {QStringLiteral("depth"), formatDepth(facts.header.format)},
+        {QStringLiteral("fileBytes"), facts.fileBytes},
+        {QStringLiteral("memoryBytes"), facts.pixelBytes},
+        {QStringLiteral("storage"), QString::fromLatin1(storageName(facts.storage))},
+    };
+    if (facts.resolution.x > 0) {
+        object.insert(QStringLiteral("dotsPerMeterX"), facts.resolution.x);
+        object.insert(QStringLiteral("dotsPerMeterY"), facts.resolution.y);
+    }
+    return object;
+}
+
+QString toText(const QString &fileName, const Facts &facts)
+{
+    const QLocale c = QLocale::c();
+    const auto bytes = [&](qint64 count) {
+        return QStringLiteral("%1 (%2 bytes)").arg(c.formattedDataSize(count, 1)).arg(count);
+    };
+    const Resolution &resolution = facts.resolution;
+    const QString dpi = resolution.x > 0 ? QStringLiteral("%1 x %2 dpi (%3 x %4 pixels per metre)")
+                                               .arg(dotsPerInch(resolution.x))
+                                               .arg(dotsPerInch(resolution.y))
+                                               .arg(resolution.x)
+                                               .arg(resolution.y)
+                                         : QStringLiteral("not stated");
+    return QStringLiteral("%1\n"
+                          "  kind        %2, %3\n"
+                          "  size        %4 x %5 pixels\n"
+                          "  format      %6\n"
+                          "  depth       %7 bits per pixel\n"
+                          "  resolution  %8\n")
+               .arg(fileName, facts.header.kind, bytes(facts.fileBytes))
+               .arg(facts.header.size.width())
+               .arg(facts.header.size.height())
+               .arg(formatName(facts.header.format))
+               .arg(formatDepth(facts.header.format))
+               .arg(dpi) +
+        QStringLiteral("  memory      %1\n"
+                       "  storage     %2\n")
+            .arg(bytes(facts.pixelBytes), QLatin1String(storageName(facts.storage)));
+}
+
+void print(const QByteArray &text)
+{
+    const bool written =
+        std::fwrite(text.constData(), 1, size_t(text.size()), stdout) == size_t(text.size()) &&
+        std::fflush(stdout) == 0;
+    if (!written)
+        throw Failure(OutputError, {}, QStringLiteral("standard output cannot be written"));
+}
+
+int run(const Options &options)
+{
+    int code = Done;
+    QJsonArray all;
+    for (const std::string &name : options.files) {
+        const QString fileName = fromShell(name);
+        try {
+            const Facts facts = factsAbout(fileName);
+            if (options.json)
+                all.append(toJson(fileName, facts));
+            else
+                print(toText(fileName, facts).toLocal8Bit());
+        } catch (const Failure &failure) {
+            if (failure.code != InputError)
+                throw;
+            printError(failure);
+            code = failure.code;
+            all.append(QJsonObject {{QStringLiteral("file"), fileName},
+                                    {QStringLiteral("error"), failure.reason}});
+        }
+    }
+    if (options.json)
+        print(QJsonDocument(all).toJson());
+    return code;
+}
+
+} // namespace
+
+Command infoCommand(CLI::App &app)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App *const command =
+        app.add_subcommand("info", "Tell size, format, resolution and memory needs of pictures");
+    command->add_option("FILE", options->files, "Pictures of any kind that can be read")
+        ->required();
+    command->add_flag("--json", options->json, "Print one JSON array with an object per file");
+    addVerboseOption(*command);
+    command->footer("A file that cannot be read is reported, and the others are still shown.\n\n"
+                    "Example:\n"
+                    "  vellum info photo.jpg mask.hrle");
+    return {command, [options] { return run(*options); }};
+}
+
+} // namespace vellum::tool

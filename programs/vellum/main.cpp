@@ -1,0 +1,69 @@
+#include "cancel.h"
+#include "command.h"
+#include "failure.h"
+#include "messages.h"
+
+#include <QCoreApplication>
+
+#include <new>
+
+using namespace vellum::tool;
+
+namespace {
+
+/// Ends with the help or version that was asked for, or with one line that says what is wrong.
+int explain(const CLI::App &app, const CLI::ParseError &error)
+{
+    if (error.get_exit_code() == int(CLI::ExitCodes::Success))
+        return app.exit(error);
+    const QString hint = QStringLiteral(" (see vellum --help)");
+    printError({UsageError, {}, QString::fromLocal8Bit(error.what()) + hint});
+    return UsageError;
+}
+
+int runCommand(int argc, char **argv)
+{
+    CLI::App app("Very large pictures: look at them, convert them.", "vellum");
+    app.set_version_flag("--version", "vellum " VELLUM_VERSION);
+    app.require_subcommand(0, 1); // that one is needed is said below, in plainer words
+    app.footer("Example:\n"
+               "  vellum convert photo.jpg photo.hrle\n\n"
+               "Exit codes: 0 done, 1 wrong usage, 2 an input cannot be read,\n"
+               "3 the output cannot be written, 130 cancelled.");
+    const Command commands[] = {infoCommand(app), convertCommand(app)};
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return explain(app, error);
+    }
+    for (const Command &command : commands) {
+        if (command.options->parsed())
+            return command.run();
+    }
+    throw Failure(UsageError, {}, QStringLiteral("no command given (see vellum --help)"));
+}
+
+int endWith(const Failure &failure)
+{
+    NoForcedEnd().untilTheEnd();
+    printError(failure);
+    return failure.code;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    takeOverMessages();
+    watchForCancel();
+    const QCoreApplication qt(argc, argv);
+    try {
+        const int code = runCommand(argc, argv);
+        NoForcedEnd().untilTheEnd();
+        return code;
+    } catch (const Failure &failure) {
+        return endWith(failure);
+    } catch (const std::bad_alloc &) {
+        return endWith({InputError, {}, QStringLiteral("out of memory")});
+    }
+}

@@ -1,0 +1,59 @@
+// Reading a picture from a file of any kind.
+#pragma once
+
+#include <vellum/vellum.h>
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+#include <memory>
+
+class QImageReader;
+
+namespace vellum::tool {
+
+class Progress;
+
+/// What is known of a picture before its pixels are read.
+struct PictureHeader
+{
+    QString kind; ///< "png", "hrle", ...; empty if unknown
+    QSize size; ///< in pixels, as the picture will be when it is read; empty if unknown
+    QImage::Format format = QImage::Format_Invalid; ///< as it will be; invalid if unknown
+};
+
+/// True for a name that selects the library's own format. Upper case does not.
+bool isHrleName(const QString &fileName);
+
+/// Reads one picture.
+class PictureReader
+{
+    Q_DISABLE_COPY(PictureReader)
+
+public:
+    /// Opens the file and reads its header; a \c .hrle file is checked from end to end. Throws a
+    /// Failure if the file cannot be opened, is no picture or is damaged.
+    explicit PictureReader(const QString &fileName);
+    ~PictureReader();
+
+    const PictureHeader &header() const { return m_header; }
+
+    /// The picture, on plain storage, turned upright if the file says how. Never null: throws a
+    /// Failure if it cannot be read whole or the user cancels. Call once.
+    Vellum read(Progress &progress);
+
+private:
+    class InputFile;
+
+    void openHrle();
+    void openOther();
+    [[noreturn]] void fail(const QString &reason) const;
+
+    QString m_fileName;
+    PictureHeader m_header;
+    std::unique_ptr<InputFile> m_file; // null for HRLE
+    std::unique_ptr<QImageReader> m_reader; // null for HRLE
+};
+
+} // namespace vellum::tool

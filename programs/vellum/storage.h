@@ -1,0 +1,32 @@
+// Where the pixels of a picture live, and when which is chosen.
+#pragma once
+
+#include <QImage>
+#include <QSize>
+
+namespace vellum::tool {
+
+enum class Storage {
+    Auto, ///< Big from kBigFrom bytes of pixels on, else Plain
+    Plain, ///< one buffer, as in any QImage
+    Big, ///< row blocks
+};
+
+constexpr qint64 kBigFrom = qint64(1) << 30;
+
+/// Bytes that the pixels of a picture take, rows padded to a multiple of 4 bytes.
+qint64 pixelBytes(const QSize &size, QImage::Format format);
+
+/// Plain or Big: \a wanted, or what Auto means for a picture of \a bytes bytes of pixels.
+Storage chooseStorage(Storage wanted, qint64 bytes);
+
+/// "plain" or "big".
+const char *storageName(Storage storage);
+
+/// "RGB32" for QImage::Format_RGB32.
+QString formatName(QImage::Format format);
+
+/// Bits per pixel in memory.
+int formatDepth(QImage::Format format);
+
+} // namespace vellum::tool

@@ -1,0 +1,195 @@
+// vellum info
+
+#include "tool.h"
+#include <vellum/vellum.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <gtest/gtest.h>
+
+using namespace vellum::test;
+
+namespace {
+
+QJsonArray infoOf(const QStringList &files)
+{
+    const ToolResult result = runTool(QStringList {"info", "--json"} + files);
+    return QJsonDocument::fromJson(result.out).array();
+}
+
+/// A JPEG file whose EXIF record asks for a turn by 90 degrees.
+QByteArray turnedJpeg(const QImage &image)
+{
+    static const char exif[] = "\xff\xe1\x00\x22"
+                               "Exif\0\0"
+                               "II*\0\x08\0\0\0" // little-endian, the list begins at 8
+                               "\x01\0" // one entry: tag 0x112, one 16-bit number, 6
+                               "\x12\x01\x03\0\x01\0\0\0\x06\0\0\0"
+                               "\0\0\0\0"; // no further list
+    return encoded(image, "jpg").insert(2, exif, int(sizeof exif) - 1);
+}
+
+} // namespace
+
+TEST(Info, JsonHasTheFactsOfAPicture)
+{
+    const Folder folder;
+    QImage image = photoLike(67, 41, QImage::Format_ARGB32);
+    image.setDotsPerMeterX(5000);
+    image.setDotsPerMeterY(6000);
+    const QByteArray png = encoded(image, "png");
+    const QString file = folder.write("a.png", png);
+
+    const QJsonArray infos = infoOf({file});
+
+    ASSERT_EQ(infos.size(), 1);
+    const QJsonObject expected {
+        {"file", file},         {"kind", "png"},          {"width", 67},
+        {"height", 41},         {"format", "ARGB32"},     {"depth", 32},
+        {"storage", "plain"},   {"dotsPerMeterX", 5000},  {"dotsPerMeterY", 6000},
+        {"memoryBytes", 10988}, {"fileBytes", png.size()}};
+    EXPECT_EQ(infos.at(0).toObject(), expected);
+}
+
+TEST(Info, TextHasTheFactsOfAPicture)
+{
+    const Folder folder;
+    const QString file = folder.write("a.png", encoded(maskLike(67, 41), "png"));
+
+    const ToolResult result = runTool({"info", file});
+
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    for (const char *fact : {"a.png", "png", "67 x 41 pixels", "Grayscale8", "8 bits per pixel",
+                             "(2788 bytes)", "plain", "dpi"})
+        EXPECT_TRUE(result.out.contains(fact)) << fact << " in " << result.out.constData();
+}
+
+TEST(Info, HrleFileHasItsOwnResolution)
+{
+    const Folder folder;
+    Vellum image(maskLike(67, 41));
+    image.setDotsPerMeterX(4321);
+    image.setDotsPerMeterY(1234);
+    ASSERT_TRUE(HrleHandler().writeFile(folder.path("a.hrle"), image));
+
+    const QJsonObject info = infoOf({folder.path("a.hrle")}).at(0).toObject();
+
+    EXPECT_EQ(info["kind"], "hrle");
+    EXPECT_EQ(info["width"], 67);
+    EXPECT_EQ(info["height"], 41);
+    EXPECT_EQ(info["format"], "Grayscale8");
+    EXPECT_EQ(info["memoryBytes"], 68 * 41);
+    EXPECT_EQ(info["dotsPerMeterX"], 4321);
+    EXPECT_EQ(info["dotsPerMeterY"], 1234);
+}
+
+class InfoResolution : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(InfoResolution, IsWhatQtReads)
+{
+    const Folder folder;
+    QImage image = photoLike(31, 17);
+    image.setDotsPerMeterX(11811);
+    image.setDotsPerMeterY(5906);
+    const QByteArray file = encoded(image, GetParam());
+    const QImage decoded = QImage::fromData(file);
+    ASSERT_NE(decoded.dotsPerMeterX(), QImage(1, 1, QImage::Format_RGB32).dotsPerMeterX());
+
+    const QJsonObject info = infoOf({folder.write("a", file)}).at(0).toObject();
+
+    EXPECT_EQ(info["dotsPerMeterX"], decoded.dotsPerMeterX());
+    EXPECT_EQ(info["dotsPerMeterY"], decoded.dotsPerMeterY());
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, InfoResolution, testing::Values("png", "jpg", "bmp"));
+
+TEST(Info, ResolutionThatAFileDoesNotStateIsLeftOut)
+{
+    const Folder folder;
+    const QString file = folder.write("a.pgm", encoded(maskLike(9, 9), "pgm"));
+
+    EXPECT_FALSE(infoOf({file}).at(0).toObject().contains("dotsPerMeterX"));
+    EXPECT_TRUE(runTool({"info", file}).out.contains("not stated"));
+}
+
+TEST(Info, StorageIsBigFromOneGibibyteOfPixels)
+{
+    const Folder folder; // the header is enough: the files hold no pixels
+    const QString below = folder.writePngHeader("below.png", 32768, 32767);
+    const QString from = folder.writePngHeader("from.png", 32768, 32768);
+
+    const QJsonArray infos = infoOf({below, from});
+
+    EXPECT_EQ(infos.at(0).toObject()["storage"], "plain");
+    EXPECT_EQ(infos.at(1).toObject()["storage"], "big");
+    EXPECT_EQ(infos.at(1).toObject()["memoryBytes"].toDouble(), 1073741824.0);
+}
+
+TEST(Info, TurnedPictureHasItsUprightSize)
+{
+    const Folder folder;
+    const QByteArray jpeg = turnedJpeg(photoLike(67, 41));
+    const QString file = folder.write("a.jpg", jpeg);
+
+    const QJsonObject info = infoOf({file}).at(0).toObject();
+
+    EXPECT_EQ(info["width"], 41);
+    EXPECT_EQ(info["height"], 67);
+    ASSERT_EQ(runTool({"convert", file, folder.path("a.png")}).exitCode, 0);
+    EXPECT_EQ(QImage(folder.path("a.png")).size(), QSize(41, 67));
+}
+
+TEST(Info, FileThatCannotBeReadDoesNotHideTheOthers)
+{
+    const Folder folder;
+    const QString good = folder.write("good.png", encoded(maskLike(9, 9), "png"));
+
+    const ToolResult result = runTool({"info", folder.path("missing.png"), good});
+
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(isOneErrorLine(result.err, "missing.png: "));
+    EXPECT_TRUE(result.out.contains("good.png"));
+}
+
+TEST(Info, JsonNamesTheFileThatCannotBeRead)
+{
+    const Folder folder;
+    const QString good = folder.write("good.png", encoded(maskLike(9, 9), "png"));
+
+    const ToolResult result = runTool({"info", "--json", folder.path("missing.png"), good});
+
+    EXPECT_EQ(result.exitCode, 2);
+    const QJsonArray infos = QJsonDocument::fromJson(result.out).array();
+    ASSERT_EQ(infos.size(), 2);
+    EXPECT_FALSE(infos.at(0).toObject()["error"].toString().isEmpty());
+    EXPECT_EQ(infos.at(1).toObject()["width"], 9);
+}
+
+TEST(Info, DamagedHrleFileIsAnError)
+{
+    const Folder folder;
+    ASSERT_TRUE(HrleHandler().writeFile(folder.path("a.hrle"),
+                                        Vellum(photoLike(67, 41, QImage::Format_Grayscale8))));
+    const QString cut = folder.write("cut.hrle", folder.read("a.hrle").chopped(1));
+
+    const ToolResult result = runTool({"info", cut});
+
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(isOneErrorLine(result.err, "cut.hrle: "));
+}
+
+TEST(Info, FullStandardOutputIsAnError)
+{
+    const Folder folder;
+    const QString file = folder.write("a.png", encoded(maskLike(9, 9), "png"));
+
+    const ToolResult result = runToolAfter("exec >/dev/full", {"info", file});
+
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_TRUE(isOneErrorLine(result.err));
+}
