@@ -18,3 +18,4 @@
 #include <vellum/scale/sampling.h>
 #include <vellum/scale/scale.h>
 #include <vellum/scale/scalecrop.h>
+#include <vellum/scale/smoothscaled.h>

@@ -3,6 +3,7 @@
 
 #include <vellum/scale/rowkernels_p.h>
 
+#include <cstring>
 #include <type_traits>
 
 namespace vellum::scale {
@@ -64,14 +65,18 @@ struct Portable
         return sums;
     }
 
-    static void addArea(void *sums, const uchar *row, const AreaColumns &columns, int weight)
+    static void addArea(void *sums, const uchar *const *rows, int count, const AreaColumns &columns,
+                        int weight)
     {
         auto *const totals = static_cast<Totals *>(sums);
         const AreaColumns area = columns;
-        for (int x = 0; x < area.count; ++x) {
-            const Sums sum = areaSum(pixels(row), area.spans[x], Sum(area.whole));
-            for (int k = 0; k < Channels; ++k)
-                totals[x].c[k] += Total(sum.c[k] >> kRowShift) * quint32(weight);
+        for (int i = 0; i < count; ++i) {
+            const Pixel *const row = pixels(rows[i]);
+            for (int x = 0; x < area.count; ++x) {
+                const Sums sum = areaSum(row, area.spans[x], Sum(area.whole));
+                for (int k = 0; k < Channels; ++k)
+                    totals[x].c[k] += Total(sum.c[k] >> kRowShift) * quint32(weight);
+            }
         }
     }
 
@@ -170,18 +175,36 @@ struct Portable
         }
     }
 
-    static Channel blendChannels(Channel a, Channel b, quint32 weight)
+    /// Every other channel of a pixel at once: each has as many bits of room above it. What the
+    /// difference borrows from the next channel comes back with the sum.
+    static quint64 blendSpread(quint64 a, quint64 b, quint64 weight)
     {
-        return Channel((a * (256 - weight) + b * weight) >> kBlendShift);
+        constexpr quint64 kSpread =
+            sizeof(Channel) == 1 ? 0x00ff00ff00ff00ffU : 0x0000ffff0000ffffU;
+        a &= kSpread;
+        b &= kSpread;
+        return (((a << kBlendShift) + (b - a) * weight) >> kBlendShift) & kSpread;
+    }
+
+    static Pixel blendPixels(Pixel a, Pixel b, quint32 weight)
+    {
+        constexpr int kChannelBits = 8 * sizeof(Channel);
+        quint64 p = 0;
+        quint64 q = 0;
+        std::memcpy(&p, &a, sizeof(Pixel));
+        std::memcpy(&q, &b, sizeof(Pixel));
+        const quint64 blended = blendSpread(p, q, weight) |
+            blendSpread(p >> kChannelBits, q >> kChannelBits, weight) << kChannelBits;
+        std::memcpy(&a, &blended, sizeof(Pixel));
+        return a;
     }
 
     static void blendRows(uchar *out, const uchar *above, const uchar *below, int weight, int count)
     {
-        const auto *const a = reinterpret_cast<const Channel *>(above);
-        const auto *const b = reinterpret_cast<const Channel *>(below);
-        auto *const blended = reinterpret_cast<Channel *>(out);
-        for (int x = 0; x < count * Channels; ++x)
-            blended[x] = blendChannels(a[x], b[x], quint32(weight));
+        const Pixel *const a = pixels(above);
+        const Pixel *const b = pixels(below);
+        for (int x = 0; x < count; ++x)
+            pixels(out)[x] = blendPixels(a[x], b[x], quint32(weight));
     }
 
     static void blendColumns(uchar *out, const uchar *row, const BlendColumns &columns)
@@ -189,10 +212,7 @@ struct Portable
         const BlendColumns blend = columns;
         for (int x = 0; x < blend.count; ++x) {
             const Pixel *const p = pixels(row) + blend.starts[x];
-            Pixel pixel;
-            for (int k = 0; k < Channels; ++k)
-                pixel.c[k] = blendChannels(p[0].c[k], p[1].c[k], blend.weights[x]);
-            store(pixels(out) + x, pixel);
+            store(pixels(out) + x, blendPixels(p[0], p[1], blend.weights[x]));
         }
     }
 

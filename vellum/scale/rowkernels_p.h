@@ -52,8 +52,10 @@ struct RowKernels
     int sumBytes;
     bool usesPairs;
 
-    /// Both axes shrink: averages \a row along and adds it, times \a weight, to \a sums.
-    void (*addArea)(void *sums, const uchar *row, const AreaColumns &columns, int weight);
+    /// Both axes shrink: averages \a count rows along, 1 to RowGroup::kMost, and adds them, times
+    /// \a weight, to \a sums.
+    void (*addArea)(void *sums, const uchar *const *rows, int count, const AreaColumns &columns,
+                    int weight);
 
     /// The same for the last row under result row \a out, which it writes; \a row is then the
     /// first of the next result row, with \a nextWeight.

@@ -31,6 +31,14 @@ void store(T *p, __m128i v)
     _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v);
 }
 
+/// Asks for source pixels that are to be read soon: the processor's own look-ahead ends with
+/// each 4 KB page. The address need not exist.
+void prefetchAhead(const quint32 *p)
+{
+    constexpr quintptr kBytesAhead = 512;
+    _mm_prefetch(reinterpret_cast<const char *>(quintptr(p) + kBytesAhead), _MM_HINT_T0);
+}
+
 /// Pixels \a first and \a first + 1 as 16-bit lanes, the two of a channel side by side.
 template <int first>
 __m128i pairUp(__m128i pixels)
@@ -45,20 +53,19 @@ __m128i pairUp(__m128i pixels)
 template <int pairs>
 struct PairSum
 {
-    const quint32 *row;
     const int *starts;
     const quint32 *weights;
 
-    PairSum(const uchar *pixels, const AreaColumns &columns)
-        : row(reinterpret_cast<const quint32 *>(pixels)), starts(columns.pairStarts),
-          weights(columns.pairWeights)
+    explicit PairSum(const AreaColumns &columns)
+        : starts(columns.pairStarts), weights(columns.pairWeights)
     {
     }
 
-    __m128i operator()(int x) const
+    __m128i operator()(const quint32 *row, int x) const
     {
         const quint32 *const p = row + starts[x];
         const auto *const w = reinterpret_cast<const int *>(weights) + qptrdiff(x) * pairs;
+        prefetchAhead(p);
         const __m128i first = pairs == 1 ? loadHalf(p) : load(p);
         __m128i sum = _mm_madd_epi16(pairUp<0>(first), _mm_set1_epi32(w[0]));
         if constexpr (pairs > 1)
@@ -82,13 +89,11 @@ struct PairSum
 /// bytes are added first.
 struct RunSum
 {
-    const quint32 *row;
     const Span *spans;
     __m128i whole; // in every 16-bit lane
 
-    RunSum(const uchar *pixels, const AreaColumns &columns)
-        : row(reinterpret_cast<const quint32 *>(pixels)), spans(columns.spans),
-          whole(_mm_set1_epi16(short(columns.whole)))
+    explicit RunSum(const AreaColumns &columns)
+        : spans(columns.spans), whole(_mm_set1_epi16(short(columns.whole)))
     {
     }
 
@@ -98,7 +103,7 @@ struct RunSum
         return _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, order), _mm_set1_epi8(1));
     }
 
-    __m128i operator()(int x) const
+    __m128i operator()(const quint32 *row, int x) const
     {
         // The channels of four pixels together, and of the last one, two or three of them alone.
         alignas(16) static constexpr signed char kOrders[4][16] = {
@@ -123,7 +128,17 @@ struct RunSum
             bytes = addFour(load(last - 4), load(kOrders[rest]));
         for (int fours = span.middle / 4; fours > 0;) {
             const int count = fours < kMostFours - 1 ? fours : kMostFours - 1;
-            for (const quint32 *const end = p + 4 * count; p != end; p += 4)
+            const quint32 *const end = p + 4 * count;
+            for (; end - p >= 16; p += 16) {
+                prefetchAhead(p);
+                const __m128i a =
+                    _mm_add_epi16(addFour(load(p), order), addFour(load(p + 4), order));
+                const __m128i b =
+                    _mm_add_epi16(addFour(load(p + 8), order), addFour(load(p + 12), order));
+                bytes = _mm_add_epi16(bytes, _mm_add_epi16(a, b));
+            }
+            prefetchAhead(p);
+            for (; p != end; p += 4)
                 bytes = _mm_add_epi16(bytes, addFour(load(p), order));
             sum = _mm_add_epi32(sum, _mm_madd_epi16(bytes, whole));
             bytes = _mm_setzero_si128();
@@ -133,47 +148,66 @@ struct RunSum
     }
 };
 
-/// Calls use(x, sum) with the sum of every result column along \a row.
-template <typename Sum, typename Use>
-void forEachSumAs(const uchar *row, const AreaColumns &columns, Use use)
-{
-    const Sum sum(row, columns);
-    const int count = columns.count;
-    for (int x = 0; x < count; ++x)
-        use(x, sum(x));
-}
-
+/// Calls use(sum), where sum(row, x) is the sum for a column, of the kind that suits \a columns.
 template <typename Use>
-void forEachSum(const uchar *row, const AreaColumns &columns, Use use)
+void withSum(const AreaColumns &columns, Use use)
 {
     switch (columns.pairs) {
     case 1:
-        return forEachSumAs<PairSum<1>>(row, columns, use);
+        return use(PairSum<1>(columns));
     case 2:
-        return forEachSumAs<PairSum<2>>(row, columns, use);
+        return use(PairSum<2>(columns));
     case 3:
-        return forEachSumAs<PairSum<3>>(row, columns, use);
+        return use(PairSum<3>(columns));
     case 4:
-        return forEachSumAs<PairSum<4>>(row, columns, use);
+        return use(PairSum<4>(columns));
     default:
-        return forEachSumAs<RunSum>(row, columns, use);
+        return use(RunSum(columns));
     }
 }
 
-void addArea(void *sums, const uchar *row, const AreaColumns &columns, int weight)
+template <int rows, typename Sum>
+void addRows(__m128i *totals, const uchar *const *group, Sum sum, int count, int weight)
 {
-    auto *const totals = static_cast<__m128i *>(sums);
+    const quint32 *in[rows];
+    for (int i = 0; i < rows; ++i)
+        in[i] = reinterpret_cast<const quint32 *>(group[i]);
     const __m128i w = _mm_set1_epi32(weight);
-    forEachSum(row, columns, [totals, w](int x, __m128i sum) {
-        const __m128i weighted = _mm_mullo_epi32(_mm_srli_epi32(sum, 4), w);
-        store(totals + x, _mm_add_epi32(load(totals + x), weighted));
+    for (int x = 0; x < count; ++x) {
+        __m128i along = _mm_srli_epi32(sum(in[0], x), 4);
+        for (int i = 1; i < rows; ++i)
+            along = _mm_add_epi32(along, _mm_srli_epi32(sum(in[i], x), 4));
+        store(totals + x, _mm_add_epi32(load(totals + x), _mm_mullo_epi32(along, w)));
+    }
+}
+
+void addArea(void *sums, const uchar *const *rows, int count, const AreaColumns &columns,
+             int weight)
+{
+    static_assert(RowGroup::kMost == 4);
+    auto *const totals = static_cast<__m128i *>(sums);
+    withSum(columns, [=, &columns](auto sum) {
+        switch (count) {
+        case 1:
+            return addRows<1>(totals, rows, sum, columns.count, weight);
+        case 2:
+            return addRows<2>(totals, rows, sum, columns.count, weight);
+        case 3:
+            return addRows<3>(totals, rows, sum, columns.count, weight);
+        default:
+            return addRows<4>(totals, rows, sum, columns.count, weight);
+        }
     });
 }
 
 void sumColumns(void *sums, const uchar *row, const AreaColumns &columns)
 {
     auto *const out = static_cast<__m128i *>(sums);
-    forEachSum(row, columns, [out](int x, __m128i sum) { store(out + x, sum); });
+    const auto *const in = reinterpret_cast<const quint32 *>(row);
+    withSum(columns, [out, in, count = columns.count](auto sum) {
+        for (int x = 0; x < count; ++x)
+            store(out + x, sum(in, x));
+    });
 }
 
 /// Sums of pixels a and b, blended and placed in the top byte of each lane: 22 bits of weight are
@@ -292,11 +326,14 @@ struct Sse41
         auto *const pixels = reinterpret_cast<int *>(out);
         const __m128i w = _mm_set1_epi32(weight);
         const __m128i next = _mm_set1_epi32(nextWeight);
-        forEachSum(row, columns, [=](int x, __m128i sum) {
-            const __m128i along = _mm_srli_epi32(sum, 4);
-            const __m128i total = _mm_add_epi32(load(totals + x), _mm_mullo_epi32(along, w));
-            pixels[x] = opaque(packTop(total));
-            store(totals + x, _mm_mullo_epi32(along, next));
+        const auto *const in = reinterpret_cast<const quint32 *>(row);
+        withSum(columns, [=, count = columns.count](auto sum) {
+            for (int x = 0; x < count; ++x) {
+                const __m128i along = _mm_srli_epi32(sum(in, x), 4);
+                const __m128i total = _mm_add_epi32(load(totals + x), _mm_mullo_epi32(along, w));
+                pixels[x] = opaque(packTop(total));
+                store(totals + x, _mm_mullo_epi32(along, next));
+            }
         });
     }
 
@@ -313,6 +350,8 @@ struct Sse41
         int x = 0;
         for (; x + 4 <= count; x += 4) {
             const int at = 2 * x;
+            prefetchAhead(a + at);
+            prefetchAhead(b + at);
             const __m128i low = _mm_add_epi16(sumTwo(load(a + at)), sumTwo(load(b + at)));
             const __m128i high = _mm_add_epi16(sumTwo(load(a + at + 4)), sumTwo(load(b + at + 4)));
             store(pixels + x,

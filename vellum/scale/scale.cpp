@@ -1,3 +1,4 @@
+#include <vellum/image/hugepages_p.h>
 #include <vellum/image/vellum.h>
 #include <vellum/scale/scale.h>
 #include <vellum/scale/smoothscale_p.h>
@@ -15,6 +16,7 @@ Vellum qSmoothScaleCropVellum(const Vellum &src, const QSize &size, const QRect 
         QMessageLogger().warning("QImage: out of memory, returning null");
         return {};
     }
+    vellum::image::preferHugePages(result.bits(), size_t(result.sizeInBytes()));
     ResultRows rows;
     if (!findResultRows(rows, result, rect.top()) || !scale.run(rows))
         return {};

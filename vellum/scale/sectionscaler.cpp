@@ -58,11 +58,17 @@ bool SectionScaler::downXY(int yStart, int yEnd)
     bool shared = false; // whether the result row above has added the first source row
     for (int y = yStart; y < yEnd; ++y) {
         const AreaRows rows(m_info, y);
-        for (int i = shared ? 1 : 0; i < rows.count - 1; ++i) {
-            const uchar *const row = m_rows.row(rows.first + i);
-            if (!row)
-                return false;
-            m_kernels.addArea(sums.get(), row, columns, rows.weight(i));
+        for (int i = shared ? 1 : 0; i < rows.count - 1;) {
+            const uchar *group[RowGroup::kMost]; // of equal weight
+            int count = 0;
+            const int weight = rows.weight(i);
+            do {
+                group[count] = m_rows.row(rows.first + i);
+                if (!group[count++])
+                    return false;
+                ++i;
+            } while (count < RowGroup::kMost && i < rows.count - 1 && rows.weight(i) == weight);
+            m_kernels.addArea(sums.get(), group, count, columns, weight);
         }
 
         const int last = rows.first + rows.count - 1;

@@ -80,12 +80,12 @@ bool SmoothScale::make(const Vellum &source, QImage::Format workFormat, const QS
     return true;
 }
 
-bool SmoothScale::run(const ResultRows &result) const
+bool SmoothScale::run(const ResultRows &result, int first, int count) const
 {
     if (!m_kernels)
         return true;
     std::atomic<bool> failed {false};
-    runScaleSections(m_info->sw, result.first(), result.count(), [&](int yStart, int yEnd) {
+    runScaleSections(m_info->sw, first, count, [&](int yStart, int yEnd) {
         try {
             if (!SectionScaler(*this, result).run(yStart, yEnd))
                 failed = true;

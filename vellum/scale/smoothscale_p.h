@@ -20,9 +20,15 @@ public:
     [[nodiscard]] bool make(const Vellum &source, QImage::Format workFormat, const QSize &size,
                             const QRect &rect);
 
-    /// Scales the rows that \a result holds, on the global thread pool when that pays.
+    /// Scales the \a count rows from \a first on, on the global thread pool when that pays.
     /// \return false when memory runs out
-    [[nodiscard]] bool run(const ResultRows &result) const;
+    [[nodiscard]] bool run(const ResultRows &result, int first, int count) const;
+
+    /// Scales all rows that \a result holds.
+    [[nodiscard]] bool run(const ResultRows &result) const
+    {
+        return run(result, result.first(), result.count());
+    }
 
 private:
     friend class SectionScaler;
