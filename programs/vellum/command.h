@@ -25,6 +25,8 @@ struct Command
 
 Command infoCommand(CLI::App &app);
 Command convertCommand(CLI::App &app);
+Command scaleCommand(CLI::App &app);
+Command thumbnailCommand(CLI::App &app);
 
 inline void addVerboseOption(CLI::App &command)
 {

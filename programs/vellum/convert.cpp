@@ -4,21 +4,15 @@
 #include "failure.h"
 #include "outputfile.h"
 #include "reading.h"
-#include "rows.h"
+#include "writing.h"
 
-#include <QDataStream>
 #include <QElapsedTimer>
-#include <QFileInfo>
-#include <QImageWriter>
 
 #include <memory>
 
 namespace vellum::tool {
 
 namespace {
-
-constexpr qint64 kMostHrlePixels = 1073741824; // its readers refuse more
-constexpr int kWidestHrleRow = 16777212; // a run's length has 24 bits, and rows are padded to 4
 
 struct Options
 {
@@ -27,77 +21,6 @@ struct Options
     Storage storage = Storage::Auto;
     Progress::Mode progress = Progress::Mode::Auto;
 };
-
-/// The kind of file that \a fileName asks for, as QImageWriter calls it; empty for HRLE.
-QByteArray outputKind(const QString &fileName)
-{
-    if (isHrleName(fileName))
-        return {};
-    const QFileInfo info(fileName);
-    if (info.isDir())
-        throw Failure(OutputError, fileName, QStringLiteral("is a folder"));
-    const QList<QByteArray> known = QImageWriter::supportedImageFormats();
-    const QByteArray kind = info.suffix().toLower().toLatin1();
-    if (!known.contains(kind)) {
-        throw Failure(OutputError, fileName,
-                      QStringLiteral("unknown kind of file, known are .hrle .") +
-                          QString::fromLatin1(known.join(" .")));
-    }
-    return kind;
-}
-
-void checkFitsHrle(const QSize &size, const QString &fileName)
-{
-    const qint64 pixels = qint64(size.width()) * size.height();
-    if (pixels > kMostHrlePixels) {
-        throw Failure(OutputError, fileName,
-                      QStringLiteral("%1 x %2 pixels are more than the %3 that .hrle can hold")
-                          .arg(size.width())
-                          .arg(size.height())
-                          .arg(kMostHrlePixels));
-    }
-    if (size.width() > kWidestHrleRow) {
-        throw Failure(
-            OutputError, fileName,
-            QStringLiteral("%1 pixels are more than a row of .hrle can hold").arg(size.width()));
-    }
-}
-
-/// \a picture as the writer needs it; throws where arranged() gives a null image.
-Vellum prepared(const Vellum &picture, QImage::Format format, Storage storage, Progress &progress,
-                OutputFile &output)
-{
-    Vellum result = arranged(picture, format, storage, progress);
-    if (result.isNull())
-        output.fail(QStringLiteral("not enough memory for the picture"));
-    return result;
-}
-
-void writeHrle(Vellum &picture, Progress &progress, OutputFile &output)
-{
-    clearPadding(picture);
-    const ProgressGuard guard = progress.watch(picture);
-    QDataStream stream(output.device());
-    if (!HrleHandler().writeStream(stream, picture) || stream.status() != QDataStream::Ok)
-        output.fail(QStringLiteral("the picture cannot be written"));
-}
-
-void writeOther(const Vellum &picture, const QByteArray &kind, OutputFile &output)
-{
-    const WarningLog log;
-    QImageWriter writer(output.device(), kind);
-    if (!writer.write(picture))
-        output.fail(writer.errorString());
-}
-
-QString described(const Vellum &picture)
-{
-    return QStringLiteral("%1 x %2 %3, %4")
-        .arg(picture.width())
-        .arg(picture.height())
-        .arg(formatName(picture.format()),
-             QLatin1String(storageName(picture.isBigImage() ? Storage::Big : Storage::Plain)));
-}
 
 int run(const Options &options)
 {
@@ -113,8 +36,7 @@ int run(const Options &options)
 
     const QByteArray kind = outputKind(outName);
     PictureReader reader(inName);
-    if (kind.isEmpty())
-        checkFitsHrle(reader.header().size, outName);
+    checkFits(kind, reader.header().size, outName);
     OutputFile output(outName);
     Progress progress(options.progress, inName);
 
@@ -123,20 +45,12 @@ int run(const Options &options)
     tell(inName, "read", picture);
 
     progress.begin("convert", 50, 75);
-    if (kind.isEmpty())
-        checkFitsHrle(picture.size(), outName); // not every header tells the size
-    const QImage::Format format = kind.isEmpty() ? QImage::Format_Grayscale8 : picture.format();
-    picture = prepared(picture, format, options.storage, progress, output);
+    checkFits(kind, picture.size(), outName); // not every header tells the size
+    picture = prepared(picture, kind, options.storage, progress, output);
     tell(outName, "converted", picture);
 
     progress.begin("write", 75, 100);
-    if (kind.isEmpty()) {
-        writeHrle(picture, progress, output);
-    } else {
-        // Qt's writers know nothing of row blocks.
-        picture = prepared(picture, format, Storage::Plain, progress, output);
-        writeOther(picture, kind, output);
-    }
+    writePicture(picture, kind, progress, output);
     output.commit();
     tell(outName, "written", picture);
     progress.finish();

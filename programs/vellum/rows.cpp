@@ -10,6 +10,13 @@ namespace vellum::tool {
 
 namespace {
 
+size_t pixelBytesOfRow(const Vellum &picture)
+{
+    return size_t((qint64(picture.width()) * picture.depth() + 7) / 8);
+}
+
+} // namespace
+
 void copyMetadata(Vellum &to, const Vellum &from)
 {
     if (to.format() == from.format())
@@ -21,13 +28,6 @@ void copyMetadata(Vellum &to, const Vellum &from)
         to.setText(key, from.text(key));
     to.setIccProfile(from.getIccProfile());
 }
-
-size_t pixelBytesOfRow(const Vellum &picture)
-{
-    return size_t((qint64(picture.width()) * picture.depth() + 7) / 8);
-}
-
-} // namespace
 
 Vellum arranged(const Vellum &picture, QImage::Format format, Storage storage, Progress &progress)
 {

@@ -16,6 +16,10 @@ class Progress;
 /// cancels.
 Vellum arranged(const Vellum &picture, QImage::Format format, Storage storage, Progress &progress);
 
+/// Gives \a to the colour space, resolution, text and ICC profile of \a from, and its colour table
+/// if both have the same format.
+void copyMetadata(Vellum &to, const Vellum &from);
+
 /// Sets the bytes between the end of each row's pixels and the next row to zero. Some files hold
 /// rows with them, and what decoders leave there is anything.
 void clearPadding(Vellum &picture);

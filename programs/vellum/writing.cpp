@@ -1,0 +1,106 @@
+#include "writing.h"
+
+#include "failure.h"
+#include "messages.h"
+#include "outputfile.h"
+#include "progress.h"
+#include "reading.h"
+#include "rows.h"
+
+#include <QDataStream>
+#include <QFileInfo>
+#include <QImageWriter>
+
+namespace vellum::tool {
+
+namespace {
+
+constexpr qint64 kMostHrlePixels = 1073741824; // its readers refuse more
+constexpr int kWidestHrleRow = 16777212; // a run's length has 24 bits, and rows are padded to 4
+
+void writeHrle(Vellum &picture, Progress &progress, OutputFile &output)
+{
+    clearPadding(picture);
+    const ProgressGuard guard = progress.watch(picture);
+    QDataStream stream(output.device());
+    if (!HrleHandler().writeStream(stream, picture) || stream.status() != QDataStream::Ok)
+        output.fail(QStringLiteral("the picture cannot be written"));
+}
+
+void writeOther(const Vellum &picture, const QByteArray &kind, OutputFile &output)
+{
+    const WarningLog log;
+    QImageWriter writer(output.device(), kind);
+    if (!writer.write(picture))
+        output.fail(writer.errorString());
+}
+
+} // namespace
+
+QByteArray outputKind(const QString &fileName)
+{
+    if (isHrleName(fileName))
+        return {};
+    const QFileInfo info(fileName);
+    if (info.isDir())
+        throw Failure(OutputError, fileName, QStringLiteral("is a folder"));
+    const QList<QByteArray> known = QImageWriter::supportedImageFormats();
+    const QByteArray kind = info.suffix().toLower().toLatin1();
+    if (!known.contains(kind)) {
+        throw Failure(OutputError, fileName,
+                      QStringLiteral("unknown kind of file, known are .hrle .") +
+                          QString::fromLatin1(known.join(" .")));
+    }
+    return kind;
+}
+
+void checkFits(const QByteArray &kind, const QSize &size, const QString &fileName)
+{
+    const qint64 pixels = qint64(size.width()) * size.height();
+    if (!kind.isEmpty())
+        return;
+    if (pixels > kMostHrlePixels) {
+        throw Failure(OutputError, fileName,
+                      QStringLiteral("%1 x %2 pixels are more than the %3 that .hrle can hold")
+                          .arg(size.width())
+                          .arg(size.height())
+                          .arg(kMostHrlePixels));
+    }
+    if (size.width() > kWidestHrleRow) {
+        throw Failure(
+            OutputError, fileName,
+            QStringLiteral("%1 pixels are more than a row of .hrle can hold").arg(size.width()));
+    }
+}
+
+Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, Progress &progress,
+                OutputFile &output)
+{
+    const QImage::Format format = kind.isEmpty() ? QImage::Format_Grayscale8 : picture.format();
+    Vellum result = arranged(picture, format, storage, progress);
+    if (result.isNull())
+        output.fail(QStringLiteral("not enough memory for the picture"));
+    return result;
+}
+
+void writePicture(Vellum &picture, const QByteArray &kind, Progress &progress, OutputFile &output)
+{
+    if (kind.isEmpty()) {
+        writeHrle(picture, progress, output);
+        return;
+    }
+    // Qt's writers know nothing of row blocks.
+    picture = prepared(picture, kind, Storage::Plain, progress, output);
+    writeOther(picture, kind, output);
+}
+
+QString described(const Vellum &picture)
+{
+    return QStringLiteral("%1 x %2 %3, %4")
+        .arg(picture.width())
+        .arg(picture.height())
+        .arg(formatName(picture.format()),
+             QLatin1String(storageName(picture.isBigImage() ? Storage::Big : Storage::Plain)));
+}
+
+} // namespace vellum::tool
