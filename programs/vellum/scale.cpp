@@ -12,14 +12,13 @@
 #include <QRegularExpression>
 
 #include <cmath>
-#include <limits>
 #include <memory>
 
 namespace vellum::tool {
 
 namespace {
 
-constexpr int kMostSide = std::numeric_limits<int>::max();
+constexpr int kMostSide = 10000000; // there are tables with an entry for every column and row
 
 enum class Fitting { Fit, Fill, Stretch };
 
@@ -60,7 +59,8 @@ QRect parsedCrop(const std::string &text)
     return crop;
 }
 
-int rounded(double side) { return int(qBound(1.0, std::round(side), double(kMostSide))); }
+/// What is too large comes out as one more than kMostSide.
+int rounded(double side) { return int(qBound(1.0, std::round(side), kMostSide + 1.0)); }
 
 /// What is wanted of a picture of the size \a source.
 Target targetFor(const Options &options, const QSize &source)
@@ -122,6 +122,11 @@ int run(const Options &options)
     if (target.part.isEmpty()) {
         throw Failure(UsageError, inName,
                       QStringLiteral("nothing of the scaled picture lies in the area of --crop"));
+    }
+    if (target.size.width() > kMostSide || target.size.height() > kMostSide) {
+        throw Failure(UsageError, inName,
+                      QStringLiteral("a side of the scaled picture would have more than %1 pixels")
+                          .arg(kMostSide));
     }
     checkFits(kind, target.part.size(), outName);
 

@@ -18,6 +18,8 @@ Vellum sampled(const Vellum &picture, const Target &target, bool big, Progress &
 {
     const QRect &part = target.part;
     Vellum result;
+    if (picture.isNull())
+        return result;
     const auto create = big ? Vellum::createBig : Vellum::create;
     if (!create(result, part.width(), part.height(), picture.format()))
         return {};
@@ -38,6 +40,19 @@ Vellum sampled(const Vellum &picture, const Target &target, bool big, Progress &
     return result;
 }
 
+/// \a picture in a form that the sampler understands, which reads one-bit pixels from the highest
+/// bit on.
+Vellum highestBitFirst(const Vellum &picture, Progress &progress)
+{
+    if (picture.format() != QImage::Format_MonoLSB)
+        return picture;
+    const Storage same = picture.isBigImage() ? Storage::Big : Storage::Plain;
+    Vellum result = arranged(picture, QImage::Format_Mono, same, progress);
+    if (!result.isNull())
+        result.setColorTable(picture.colorTable());
+    return result;
+}
+
 } // namespace
 
 Vellum scaledPicture(Vellum &picture, const Target &target, bool fast, Storage storage,
@@ -47,12 +62,7 @@ Vellum scaledPicture(Vellum &picture, const Target &target, bool fast, Storage s
         chooseStorage(storage, pixelBytes(target.part.size(), picture.format())) == Storage::Big;
     Vellum result;
     if (fast) {
-        // The sampler reads one-bit pixels from the highest bit on.
-        const bool reversed = picture.format() == QImage::Format_MonoLSB;
-        const Storage same = picture.isBigImage() ? Storage::Big : Storage::Plain;
-        result =
-            sampled(reversed ? arranged(picture, QImage::Format_Mono, same, progress) : picture,
-                    target, big, progress);
+        result = sampled(highestBitFirst(picture, progress), target, big, progress);
     } else {
         const ProgressGuard guard = progress.watch(picture);
         result = smoothScaled(picture, target.size, target.part,
