@@ -10,6 +10,7 @@
 #include <vellum/geometry/mirror.h>
 #include <vellum/geometry/rotate.h>
 #include <vellum/image/attachments.h>
+#include <vellum/image/imagedraw.h>
 #include <vellum/image/progress.h>
 #include <vellum/image/rowaccess.h>
 #include <vellum/image/rowblocks.h>
@@ -18,5 +19,7 @@
 #include <vellum/io/hrlecheck.h>
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
+#include <vellum/scale/sampling.h>
 #include <vellum/scale/scale.h>
+#include <vellum/scale/scalecrop.h>
 #include <vellum/scale/smoothscaled.h>

@@ -30,6 +30,8 @@ Command rotateCommand(CLI::App &app);
 Command mirrorCommand(CLI::App &app);
 Command cropCommand(CLI::App &app);
 Command pasteCommand(CLI::App &app);
+Command scaleCommand(CLI::App &app);
+Command thumbnailCommand(CLI::App &app);
 
 inline void addVerboseOption(CLI::App &command)
 {

@@ -24,16 +24,16 @@ int explain(const CLI::App &app, const CLI::ParseError &error)
 
 int runCommand(int argc, char **argv)
 {
-    CLI::App app("Very large pictures: look at them, convert them, turn and cut them.", "vellum");
+    CLI::App app("Very large pictures: look at them, convert, scale, turn and cut them.", "vellum");
     app.set_version_flag("--version", "vellum " VELLUM_VERSION);
     app.require_subcommand(0, 1); // that one is needed is said below, in plainer words
     app.footer("Example:\n"
                "  vellum convert photo.jpg photo.hrle\n\n"
                "Exit codes: 0 done, 1 wrong usage, 2 an input cannot be read,\n"
                "3 the output cannot be written, 130 cancelled.");
-    const Command commands[] = {infoCommand(app),   convertCommand(app), profileCommand(app),
-                                rotateCommand(app), mirrorCommand(app),  cropCommand(app),
-                                pasteCommand(app)};
+    const Command commands[] = {infoCommand(app),      convertCommand(app), scaleCommand(app),
+                                thumbnailCommand(app), profileCommand(app), rotateCommand(app),
+                                mirrorCommand(app),    cropCommand(app),    pasteCommand(app)};
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #ifdef __SANITIZE_THREAD__
-// Qt is not built for ThreadSanitizer, which therefore does not see how its pool ends threads.
+// Qt is not built for ThreadSanitizer, which therefore does not see how its pool locks its queue
+// and ends its threads.
 extern "C" const char *__tsan_default_suppressions() // NOLINT(*-reserved-identifier)
 {
-    return "race:QThreadPoolPrivate::reset\n"
+    return "race:QThreadPoolPrivate::enqueueTask\n"
+           "race:QThreadPoolPrivate::reset\n"
            "race:QWaitCondition::~QWaitCondition\n";
 }
 #endif

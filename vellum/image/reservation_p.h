@@ -15,9 +15,4 @@ namespace vellum::image {
 /// Gives back what reserveZeroed(\a bytes) returned; null is allowed.
 void releaseReserved(unsigned char *memory, std::size_t bytes) noexcept;
 
-/// Says that all of \a memory, \a bytes of it, is about to be written, so that the operating
-/// system may back it with large pages: the first write to each small page is what most operations
-/// on a new image spend their time on. Does nothing for small sizes or where it is not known.
-void adviseLargePages(void *memory, std::size_t bytes) noexcept;
-
 } // namespace vellum::image

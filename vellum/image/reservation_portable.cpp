@@ -11,6 +11,4 @@ unsigned char *reserveZeroed(std::size_t bytes) noexcept
 
 void releaseReserved(unsigned char *memory, std::size_t) noexcept { std::free(memory); }
 
-void adviseLargePages(void *, std::size_t) noexcept { }
-
 } // namespace vellum::image

@@ -1,4 +1,4 @@
-#include <vellum/image/reservation_p.h>
+#include <vellum/image/hugepages_p.h>
 #include <vellum/image/rowstore_p.h>
 
 #include <cstdlib>
@@ -39,7 +39,7 @@ RowStore *RowStore::allocate(qint64 bytesPerLine, int height, int &failedBlock)
         store->blocks[failedBlock] = static_cast<uchar *>(std::malloc(store->blockBytes()));
         if (!store->blocks[failedBlock])
             return nullptr;
-        adviseLargePages(store->blocks[failedBlock], store->blockBytes());
+        preferHugePages(store->blocks[failedBlock], store->blockBytes());
     }
     store->m_rows = height;
     return store.release();

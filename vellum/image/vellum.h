@@ -460,6 +460,38 @@ public:
     void convertTo(QImage::Format format, Qt::ImageConversionFlags flags = Qt::AutoColor);
     /// @}
 
+    /// \name Scaling
+    ///
+    /// Results are plain; the source may be big. Qt::FastTransformation picks pixels, keeps format
+    /// and colour table and reports progress; see fast_scale_image(). Qt::SmoothTransformation
+    /// averages; see image_scale_crop() for what it does to which formats. See
+    /// vellum::smoothScaled() for averaging with progress.
+    /// @{
+
+    /// This image scaled to \a size, or to the largest or smallest size with this image's
+    /// proportions that \a aspectMode says, but at least 1 x 1.
+    /// \return a copy, not shared, when that is the size it has; null when this image is null, a
+    ///         side of \a size is below 1, or memory runs out
+    Vellum scaledEx(const QSize &size, Qt::AspectRatioMode aspectMode = Qt::IgnoreAspectRatio,
+                    Qt::TransformationMode mode = Qt::FastTransformation) const;
+    /// The same as scaledEx().
+    Vellum scaled(const QSize &size, Qt::AspectRatioMode aspectMode = Qt::IgnoreAspectRatio,
+                  Qt::TransformationMode mode = Qt::FastTransformation) const;
+    /// The same as scaledEx(QSize(\a w, \a h), \a aspectMode, \a mode).
+    Vellum scaled(int w, int h, Qt::AspectRatioMode aspectMode = Qt::IgnoreAspectRatio,
+                  Qt::TransformationMode mode = Qt::FastTransformation) const;
+
+    /// The part \a rect of this image scaled to \a size, as image_scale_crop() makes it. Both are
+    /// only read. Shares the pixels when nothing is scaled or cut off; null when nothing of the
+    /// target lies in \a rect.
+    Vellum scaleCrop(QSize &size, QRect &rect, Qt::TransformationMode mode) const;
+
+    /// Replaces \a image by scaledEx() of it, unless it has exactly \a size already, whatever
+    /// \a aspectMode says. An \a image that is a big Vellum becomes a plain one.
+    static void scaleQImage(QImage &image, const QSize &size, Qt::AspectRatioMode aspectMode,
+                            Qt::TransformationMode mode);
+    /// @}
+
 protected:
     Vellum mirrored_helper(bool horizontal, bool vertical) const; ///< Behind mirrored().
 

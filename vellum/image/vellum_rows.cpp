@@ -1,6 +1,7 @@
 // Row-block store, row access and filling.
 
 #include <vellum/image/fillbytes_p.h>
+#include <vellum/image/hugepages_p.h>
 #include <vellum/image/imagedata_p.h>
 #include <vellum/image/reservation_p.h>
 #include <vellum/image/rowstore_p.h>
@@ -102,7 +103,7 @@ bool Vellum::create(Vellum &image, int w, int h, QImage::Format format)
 {
     const Vellum plain(w, h, format);
     if (const QImageData *const data = QImageData::get(plain))
-        vellum::image::adviseLargePages(data->data, size_t(data->nbytes));
+        vellum::image::preferHugePages(data->data, size_t(data->nbytes));
     return replacePixels(image, plain);
 }
 
