@@ -118,7 +118,6 @@ const Case kInPlaceCases[] = {
     {"rgba8888 to argb32", QImage::Format_RGBA8888, QImage::Format_ARGB32, 0, kNoSlower},
 };
 
-
 const Case kConvertedCases[] = {
     {"rgb888 to rgb32", QImage::Format_RGB888, QImage::Format_RGB32, 0, kNoSlower},
     {"rgb32 to rgb888", QImage::Format_RGB32, QImage::Format_RGB888, 0, kNoSlower},
