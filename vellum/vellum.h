@@ -19,6 +19,7 @@
 #include <vellum/io/hrlecheck.h>
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
+#include <vellum/io/imagewriterex.h>
 #include <vellum/scale/sampling.h>
 #include <vellum/scale/scale.h>
 #include <vellum/scale/scalecrop.h>

@@ -13,6 +13,8 @@
 #include <atomic>
 #include <memory>
 
+class QImageReader;
+
 namespace vellum::image {
 class RowStore;
 }
@@ -492,6 +494,59 @@ public:
                             Qt::TransformationMode mode);
     /// @}
 
+    /// \name Files
+    /// @{
+
+    /// Reads the picture in \a fileName, of any kind that a Qt plugin knows or ".hrle" (in lower
+    /// case), upright and in sRGB. See vellum::openImage() for a function that keeps 16 bits, big
+    /// images and profiles, and says what went wrong.
+    ///
+    /// Files that plugins call bmp, jpg, jpeg, png, psd, tif or tiff are read into the image
+    /// itself: an image that has the file's size and format keeps its storage, so that rows of a
+    /// big one that was made beforehand are filled in place; any other becomes a plain one.
+    /// Afterwards an Indexed8 picture whose colours are all grey is Grayscale8, an RGB32 or
+    /// premultiplied one is ARGB32 (premultiplied pixels are relabelled only), and one of more
+    /// than 32 bits is ARGB32. Then the pixels are converted from getIccProfile() to sRGB, unless
+    /// isOrgFileCmyk(). Pictures of all other kinds are read into a plain image, converted and
+    /// then made ARGB32 where they have 32 bits.
+    ///
+    /// Turning a big image upright and reducing one of more than 32 bits replace the image, which
+    /// is then plain and without profile and CMYK-origin flag, so that its pixels are not
+    /// converted. A big one of more than 32 bits is null afterwards when convertToFormat() has no
+    /// routine for it. Where the plugin sets neither profile nor flag, those that the image had
+    /// still hold.
+    ///
+    /// The image keeps its progress callback, which is polled where a plugin fills the rows of the
+    /// image. Messages on the debug stream, with the time of day, tell the stages and number the
+    /// failures.
+    ///
+    /// \param format  not used: the kind of file is found out by its content
+    /// \return false when the file cannot be read, which leaves the image as it was, null when it
+    ///         is an HRLE file, or partly filled; or when it has more than 2104607376 pixels, a
+    ///         product taken in 32 bits
+    bool load(const QString &fileName, const char *format = nullptr);
+
+    /// Writes the image, plain or big, to \a fileName through QImageWriterEx, or as HRLE when the
+    /// name ends with ".hrle" (in lower case; see HrleHandler::writeFile() for what that returns).
+    /// See vellum::saveImage() for typed options and safe replacement of files.
+    ///
+    /// Text entries of the image are options. Where "JpegOptions" is "yes": "quality" is the
+    /// quality (0 unless a number), instead of the argument; "progressive" other than "false" asks
+    /// for a progressive file; with "false", "optimize" as "true" asks for optimised coding;
+    /// "cmyk" as "true" asks for CMYK. Wherever "filesizeonly" is "true" the file is not written;
+    /// the layer record of the image gets the size that it would have as its \c encodedSize.
+    ///
+    /// For CMYK the chain that begins with this image gets getSaveAsCmyk(), which stays, and
+    /// meanwhile a transform; see rePrepareSaveCmyk().
+    ///
+    /// \param format    the format's name; null for the one that the file's suffix says
+    /// \param quality   0 to 100, or -1 for the format's default; others warn and mean 100
+    /// \param saveCmyk  asks for CMYK; cannot be revoked by the text entry
+    /// \return false, with a debug line, when the image was not written; false for a null image
+    bool save(const QString &fileName, const char *format = nullptr, int quality = -1,
+              bool saveCmyk = false);
+    /// @}
+
 protected:
     Vellum mirrored_helper(bool horizontal, bool vertical) const; ///< Behind mirrored().
 
@@ -503,6 +558,8 @@ private:
     auto withOwnMetadata(Setter setter);
     static bool replacePixels(Vellum &image, const Vellum &pixels);
     static void prepareCmykToRgbTransform();
+    bool loadDirectly(QImageReader &reader);
+    bool loadPlain(QImageReader &reader);
     void prepareSaveCmyk();
     void prepareSaveCmyk(QImage::Format format);
     void releaseSaveCmyk();
