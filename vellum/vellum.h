@@ -20,6 +20,8 @@
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
 #include <vellum/io/imagewriterex.h>
+#include <vellum/io/plugins.h>
+#include <vellum/io/readoptions.h>
 #include <vellum/scale/sampling.h>
 #include <vellum/scale/scale.h>
 #include <vellum/scale/scalecrop.h>

@@ -4,6 +4,8 @@
 #include "failure.h"
 #include "messages.h"
 
+#include <vellum/io/plugins.h>
+
 #include <QCoreApplication>
 
 #include <new>
@@ -61,6 +63,7 @@ int main(int argc, char **argv)
     watchForCancel();
     const QCoreApplication qt(argc, argv);
     setUpDataFolder();
+    vellum::registerPlugins();
     try {
         const int code = runCommand(argc, argv);
         NoForcedEnd().untilTheEnd();

@@ -25,6 +25,7 @@ using Transform = std::unique_ptr<void, DeleteTransform>;
 struct SaveTransform
 {
     Transform transform;
+    bool released = false; ///< the save it was made for is over
 };
 
 } // namespace vellum::color

@@ -112,12 +112,18 @@ void Vellum::releaseSaveCmyk()
     if (m_prevImage || !m_saveCmykTransform)
         return;
     m_saveCmykTransform->transform.reset();
+    m_saveCmykTransform->released = true;
     m_saveCmykTransform.reset();
 }
 
 bool Vellum::hasSaveCmykTransform() const
 {
     return m_saveCmykTransform && m_saveCmykTransform->transform;
+}
+
+bool Vellum::isSaveCmykPrepared() const
+{
+    return m_saveCmykTransform && !m_saveCmykTransform->released;
 }
 
 void Vellum::doCmykTransform(const void *in, void *out, unsigned int pixelsPerLine,

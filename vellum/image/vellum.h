@@ -333,6 +333,10 @@ public:
     /// True while there is a transform for saving as CMYK; getSaveAsCmyk() stays true after it.
     bool hasSaveCmykTransform() const;
 
+    /// True from the preparation of a save as CMYK to its end, also when no transform could be
+    /// made: for want of a profile, or because the format has none. See rePrepareSaveCmyk().
+    bool isSaveCmykPrepared() const;
+
     /// Converts \a count pixels, sRGB in the byte order B, G, R, to C, M, Y, K of "cmyk.icm"
     /// (255 = full ink). The result comes first. Does nothing while the file has not been found:
     /// every construction of an image looks for it, and writes two debug lines when it is missing.
