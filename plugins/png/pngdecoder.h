@@ -1,0 +1,38 @@
+// PNG files, decoded row by row.
+#pragma once
+
+#include "png/pngcodec.h"
+#include "shared/decoder.h"
+
+namespace vellum::plugin {
+
+class PngDecoder : public Decoder, private PngCodec
+{
+public:
+    PngDecoder(QIODevice &device, const QLoggingCategory &category);
+    ~PngDecoder() override;
+
+    bool readHeader(Picture &picture) override;
+    int maxExpansion() const override { return m_maxExpansion; }
+    QRect start(const QRect &wanted) override;
+    QVector<Lattice> lattices() const override;
+    bool readRow(uchar *row, uchar *extra) override;
+    void readEnd(Picture &picture) override;
+
+private:
+    static void readData(png_structp png, png_bytep out, size_t bytes);
+    QImage::Format chooseFormat();
+    void chooseColors(Picture &picture) const;
+    QVector<QRgb> colorTable() const;
+    QVector<QRgb> greyTable() const;
+    QVector<Text> texts() const;
+    QByteArray exif() const;
+
+    QSize m_size;
+    int m_type = 0; // as stored
+    int m_depth = 0;
+    int m_maxExpansion = 1;
+    qint64 m_rowsLeft = 0;
+};
+
+} // namespace vellum::plugin

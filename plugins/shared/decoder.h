@@ -1,0 +1,69 @@
+// What a format supplies for reading: its header, then rows one at a time.
+#pragma once
+
+#include "shared/picture.h"
+
+#include <QRect>
+
+namespace vellum::plugin {
+
+/// Every \c stepX th pixel from \c x on, of every \c stepY th row from \c y on.
+struct Lattice
+{
+    int x = 0;
+    int y = 0;
+    int stepX = 1;
+    int stepY = 1;
+};
+
+/// Decodes one picture. Made for a device by a handler; calls come in the order of declaration.
+///
+/// A codec's own errors end the call they occur in with false (or an empty rectangle); nothing is
+/// thrown or jumped over. The decoder logs why, in its category.
+class Decoder
+{
+    Q_DISABLE_COPY(Decoder)
+
+public:
+    Decoder() = default;
+    virtual ~Decoder() = default;
+
+    /// Reads as far as the pixels and fills \a picture. No memory for pixels is taken yet.
+    [[nodiscard]] virtual bool readHeader(Picture &picture) = 0;
+
+    /// Bytes of pixels that one byte of the file can stand for at most. A file that claims more
+    /// is refused before memory is taken for it.
+    virtual int maxExpansion() const = 0;
+
+    /// The size at which the whole picture is decoded from now on: that of the header, or, where
+    /// the codec can do it at less cost, a smaller one with both sides at least \a atLeast. An
+    /// empty size, as here, stands for that of the header.
+    virtual QSize reduce(const QSize &atLeast);
+
+    /// What will be delivered when \a wanted (in pixels of the size that reduce() answered) is
+    /// asked for: a rectangle that holds it. Rows above it never come, rows below \a wanted are
+    /// not asked for. With picture.bottomUp, y counts rows from the bottom.
+    [[nodiscard]] virtual QRect start(const QRect &wanted) = 0;
+
+    /// The interlaced parts of the picture, in file order; empty, as here, for plain rows. An
+    /// interlaced picture has neither input colours nor extra channels, and is not reduced.
+    virtual QVector<Lattice> lattices() const;
+
+    /// The next row: pixels in picture.format, or in picture.inputColors when that is set.
+    ///
+    /// Delivered rows come one after the other, columns of the delivered rectangle only. Of an
+    /// interlaced picture every row of every lattice comes, its pixels side by side.
+    /// \param row    room for a delivered row, rounded up to 4 bytes
+    /// \param extra  room for its extra channels, interleaved; null when there are none
+    /// \return false when there is no whole row any more
+    [[nodiscard]] virtual bool readRow(uchar *row, uchar *extra) = 0;
+
+    /// Called when all rows have come, to read what follows them. Adds to \a picture.
+    virtual void readEnd(Picture &picture);
+};
+
+inline QSize Decoder::reduce(const QSize &) { return {}; }
+inline QVector<Lattice> Decoder::lattices() const { return {}; }
+inline void Decoder::readEnd(Picture &) { }
+
+} // namespace vellum::plugin

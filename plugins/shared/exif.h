@@ -1,0 +1,27 @@
+// EXIF blocks: what plugins read from them and change in them.
+//
+// A block is kept as it stood in its file, from the byte-order mark ("II" or "MM") on. Some files,
+// and some callers, put "Exif\0\0" in front; exifBlock() takes that away.
+#pragma once
+
+#include <QByteArray>
+#include <QImageIOHandler>
+
+namespace vellum::plugin {
+
+/// \a bytes from the byte-order mark on; empty when they are no EXIF block.
+QByteArray exifBlock(const QByteArray &bytes);
+
+/// How the pixels must be transformed to be upright; none when \a block does not tell.
+QImageIOHandler::Transformations exifTransformation(const QByteArray &block);
+
+/// \a block for pixels that are upright: its orientation, if it has one, is 1.
+///
+/// Nothing else changes, not a byte: a block that is written anew loses what its writer does not
+/// know, and the notes of camera makers whose offsets count from the start of the block.
+QByteArray withoutExifOrientation(QByteArray block);
+
+/// The transformation for \a orientation, 1 to 8, as EXIF and TIFF count them; none for others.
+QImageIOHandler::Transformations transformationOf(int orientation);
+
+} // namespace vellum::plugin

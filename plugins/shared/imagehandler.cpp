@@ -1,0 +1,266 @@
+#include "shared/imagehandler.h"
+
+#include "shared/device.h"
+#include "shared/rowreader.h"
+#include "shared/source.h"
+#include "shared/texts.h"
+#include <vellum/vellum.h>
+
+#include <QTransform>
+#include <QVariant>
+
+namespace vellum::plugin {
+
+namespace {
+
+using Transformations = QImageIOHandler::Transformations;
+
+/// Above it the gamma of a writer asks for the size only.
+constexpr float kSizeOnlyGamma = 9;
+
+QImage transformed(const QImage &image, Transformations how)
+{
+    if (how == QImageIOHandler::TransformationRotate270)
+        return image.transformed(QTransform().rotate(270));
+    const QImage turned = image.mirrored(how & QImageIOHandler::TransformationMirror,
+                                         how & QImageIOHandler::TransformationFlip);
+    return how & QImageIOHandler::TransformationRotate90
+        ? turned.transformed(QTransform().rotate(90))
+        : turned;
+}
+
+Vellum transformed(const Vellum &image, Transformations how)
+{
+    if (how == QImageIOHandler::TransformationRotate270)
+        return quarterTurned(image, 3);
+    const Vellum turned = mirrored(image, how & QImageIOHandler::TransformationMirror,
+                                   how & QImageIOHandler::TransformationFlip);
+    return how & QImageIOHandler::TransformationRotate90 ? quarterTurned(turned, 1) : turned;
+}
+
+} // namespace
+
+ImageHandler::ImageHandler(const QLoggingCategory &category, const QSet<ImageOption> &options)
+    : m_category(category),
+      m_options(options +
+                QSet<ImageOption> {Size, ImageFormat, ClipRect, ScaledSize, ScaledClipRect, Gamma,
+                                   ImageTransformation})
+{
+    if (m_options.contains(SubType))
+        m_options.insert(SupportedSubTypes);
+}
+
+QList<QByteArray> ImageHandler::subTypes() const { return {}; }
+
+bool ImageHandler::canRead() const
+{
+    if (m_state == State::HeaderRead)
+        return true;
+    return device() && device()->isReadable() && recognises(*device());
+}
+
+bool ImageHandler::ensureHeader() const
+{
+    if (m_state == State::HeaderRead)
+        return true;
+    if (m_state == State::Failed || !canRead())
+        return false;
+    Picture picture;
+    m_fileBytes = bytesLeft(*device());
+    m_decoder = makeDecoder(*device());
+    const bool isRead = m_decoder && m_decoder->readHeader(picture) && !picture.size.isEmpty() &&
+        picture.format != QImage::Format_Invalid;
+    m_state = isRead ? State::HeaderRead : State::Failed;
+    m_picture = isRead ? picture : Picture();
+    if (!isRead)
+        m_decoder.reset();
+    return isRead;
+}
+
+Decoder *ImageHandler::decoder() { return ensureHeader() ? m_decoder.get() : nullptr; }
+
+const Picture *ImageHandler::picture() const
+{
+    return m_state == State::PixelsRead || ensureHeader() ? &m_picture : nullptr;
+}
+
+void ImageHandler::forgetHeader()
+{
+    m_decoder.reset();
+    m_state = State::Fresh;
+}
+
+bool ImageHandler::read(QImage *image)
+{
+    m_rowsRead = 0;
+    if (!image || !ensureHeader())
+        return false;
+    ReadTarget target(image);
+    ReadRequest request = m_request;
+    request.keepDamaged = target.readOptions() & KeepDamaged;
+    RowReader reader(*m_decoder, m_picture, request, m_fileBytes);
+    const ReadResult result = reader.read(target);
+    m_rowsRead = reader.rowsRead();
+    if (result == ReadResult::Refused)
+        qCWarning(m_category).noquote() << reader.problem();
+    if (result == ReadResult::Complete) {
+        m_decoder->readEnd(m_picture);
+        target.describe(m_picture);
+    }
+    m_decoder.reset();
+    m_state = State::PixelsRead;
+    return result == ReadResult::Complete || (result == ReadResult::Damaged && request.keepDamaged);
+}
+
+bool ImageHandler::write(const QImage &image)
+{
+    if (image.isNull())
+        return false;
+    if (m_gamma > kSizeOnlyGamma) {
+        CountingDevice counter;
+        if (!writeTransformed(image, counter))
+            return false;
+        m_encodedSize = counter.size();
+        return true;
+    }
+    return device() && device()->isWritable() && writeTransformed(image, *device());
+}
+
+bool ImageHandler::writeTransformed(const QImage &image, QIODevice &device) const
+{
+    if (m_transformation == TransformationNone)
+        return encode(image, device);
+    if (const Vellum *const vellum = Vellum::getVellum(const_cast<QImage *>(&image)))
+        return encode(transformed(*vellum, m_transformation), device);
+    return encode(transformed(image, m_transformation), device);
+}
+
+bool ImageHandler::encode(const QImage &image, QIODevice &device) const
+{
+    if (image.isNull()) // the memory for turning it was lacking
+        return false;
+    const std::unique_ptr<Encoder> encoder = makeEncoder(device, m_writeOptions);
+    if (!encoder)
+        return false;
+    WriteSource source(image);
+    const Encoding encoding = source.wantsCmyk() && encoder->takesCmyk()
+        ? Encoding::Cmyk8
+        : encoder->encodingFor(source.naturalEncoding());
+    if (!source.prepare(encoding)) {
+        qCWarning(m_category, "there is no CMYK profile to write with");
+        return false;
+    }
+    if (!encoder->writeHeader(source.picture(m_description), encoding))
+        return false;
+    const bool bottomUp = encoder->bottomUp();
+    for (int i = 0; i < image.height(); ++i) {
+        const uchar *const row =
+            bottomUp ? source.rowFromBelow(image.height() - 1 - i) : source.row(i);
+        if (!row || !encoder->writeRow(row))
+            return false;
+    }
+    return encoder->writeEnd();
+}
+
+bool ImageHandler::supportsOption(ImageOption option) const
+{
+    return m_options.contains(option) || option == kRowsRead || option == kEncodedSize;
+}
+
+QVariant ImageHandler::option(ImageOption option) const
+{
+    if (!supportsOption(option))
+        return {};
+    if (option == kRowsRead)
+        return m_rowsRead;
+    if (option == kEncodedSize)
+        return m_encodedSize;
+    switch (option) {
+    case Gamma:
+        return m_encodedSize >= 0 ? float(m_encodedSize) : m_gamma;
+    case Quality:
+        return m_writeOptions.quality;
+    case CompressionRatio:
+        return m_writeOptions.compression;
+    case OptimizedWrite:
+        return m_writeOptions.optimized;
+    case ProgressiveScanWrite:
+        return m_writeOptions.progressive;
+    case SupportedSubTypes:
+        return QVariant::fromValue(subTypes());
+    case ClipRect:
+        return m_request.clip;
+    case ScaledSize:
+        return m_request.scaled;
+    case ScaledClipRect:
+        return m_request.scaledClip;
+    default:
+        return fromHeader(option);
+    }
+}
+
+/// What a file tells, or what was set when there is none to read.
+QVariant ImageHandler::fromHeader(ImageOption option) const
+{
+    const Picture *const header = picture();
+    switch (option) {
+    case Size:
+        return header ? header->size : QVariant();
+    case ImageFormat:
+        return header ? header->format : QVariant();
+    case Description:
+        return header ? describe(header->texts) : m_description;
+    case SubType:
+        return header ? header->subType : m_writeOptions.subType;
+    case ImageTransformation:
+        return int(header ? header->transformation : m_transformation);
+    default:
+        return {};
+    }
+}
+
+void ImageHandler::setOption(ImageOption option, const QVariant &value)
+{
+    if (!supportsOption(option))
+        return;
+    switch (option) {
+    case ClipRect:
+        m_request.clip = value.toRect();
+        break;
+    case ScaledSize:
+        m_request.scaled = value.toSize();
+        break;
+    case ScaledClipRect:
+        m_request.scaledClip = value.toRect();
+        break;
+    case Quality:
+        m_writeOptions.quality = value.toInt();
+        break;
+    case CompressionRatio:
+        m_writeOptions.compression = value.toInt();
+        break;
+    case OptimizedWrite:
+        m_writeOptions.optimized = value.toBool();
+        break;
+    case ProgressiveScanWrite:
+        m_writeOptions.progressive = value.toBool();
+        break;
+    case SubType:
+        m_writeOptions.subType = value.toByteArray();
+        break;
+    case Description:
+        m_description = value.toString();
+        break;
+    case Gamma:
+        m_gamma = value.toFloat();
+        m_encodedSize = -1;
+        break;
+    case ImageTransformation:
+        m_transformation = Transformations(value.toInt());
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace vellum::plugin

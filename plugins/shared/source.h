@@ -1,0 +1,69 @@
+// The image that a write reads: rows in the encoding that a format takes, in the right colours.
+#pragma once
+
+#include "shared/encoder.h"
+#include <vellum/color/lcmsmanager.h>
+
+#include <vector>
+
+class Vellum;
+
+namespace vellum::plugin {
+
+/// Applies the one colour rule of all formats.
+///
+/// RGB pixels of a Vellum are sRGB. With an RGB profile on the image they are converted to it, and
+/// it is embedded; without one, or with a profile of another colour space, nothing is embedded.
+/// Grey pixels, and those of formats that loading does not convert (indexed, one-bit, packed,
+/// premultiplied), are written as they are with the profile they carry. CMYK is written when the
+/// image is being saved as CMYK, with the CMYK profile. Pixels of a plain QImage are written as
+/// they are, with the profile of its QColorSpace.
+class WriteSource
+{
+    Q_DISABLE_COPY(WriteSource)
+
+public:
+    explicit WriteSource(const QImage &image);
+
+    /// The encoding that holds the pixels exactly; never Cmyk8.
+    Encoding naturalEncoding() const;
+
+    /// Whether the image is being saved as CMYK.
+    bool wantsCmyk() const;
+
+    /// Gets ready to give rows in \a encoding.
+    /// \return false when CMYK is wanted and there is no profile for it
+    [[nodiscard]] bool prepare(Encoding encoding);
+
+    /// Row \a y in the encoding prepared, valid until the next call; null means stop. Polls; call
+    /// it for all rows in order.
+    const uchar *row(int y);
+    /// The same for a loop that walks up from the last row.
+    const uchar *rowFromBelow(int y);
+
+    /// Size, colour table, profile, EXIF block (for upright pixels), resolution, offset. Texts
+    /// are those of textsToWrite(). After prepare().
+    Picture picture(const QString &description) const;
+
+private:
+    const uchar *encoded(const uchar *row);
+    const uchar *converted(const uchar *row);
+    const uchar *inCmyk(const uchar *row);
+    void prepareColors();
+    QByteArray profileFor(Encoding encoding) const;
+    int width() const { return m_image.width(); }
+
+    const QImage &m_image;
+    Vellum *m_vellum; // null for a plain QImage
+    Encoding m_encoding = Encoding::Rgb8;
+    QImage::Format m_rowFormat; // in which rows leave the image's own
+    QByteArray m_profile; // to embed
+    bool m_toProfile = false; // rows go from sRGB to it
+    CVlLcmsManager m_manager;
+    std::vector<uchar> m_colors; // a row in its profile
+    std::vector<uchar> m_whole; // a row that the image stores only in part
+    std::vector<uchar> m_inks;
+    QImage m_converted; // a row in m_rowFormat
+};
+
+} // namespace vellum::plugin
