@@ -193,7 +193,7 @@ void PngEncoder::setTexts(const QVector<Text> &texts)
     }
 }
 
-bool PngEncoder::writeRow(const uchar *row)
+bool PngEncoder::writeRow(const uchar *row, const uchar *)
 {
     return guarded([&] { png_write_row(m_png, row); });
 }

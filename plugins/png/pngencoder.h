@@ -14,7 +14,7 @@ public:
 
     Encoding encodingFor(Encoding natural) const override { return natural; }
     bool writeHeader(const Picture &picture, Encoding encoding) override;
-    bool writeRow(const uchar *row) override;
+    bool writeRow(const uchar *row, const uchar *extra) override;
     bool writeEnd() override;
 
 private:

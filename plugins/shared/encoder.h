@@ -53,7 +53,8 @@ public:
     /// Writes all that stands before the pixels. \a picture.format is of no account here.
     [[nodiscard]] virtual bool writeHeader(const Picture &picture, Encoding encoding) = 0;
 
-    [[nodiscard]] virtual bool writeRow(const uchar *row) = 0;
+    /// \param extra  the row's extra channels, interleaved; null when the picture has none
+    [[nodiscard]] virtual bool writeRow(const uchar *row, const uchar *extra) = 0;
 
     /// Writes all that follows the pixels.
     [[nodiscard]] virtual bool writeEnd() = 0;

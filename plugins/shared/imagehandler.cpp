@@ -154,9 +154,9 @@ bool ImageHandler::encode(const QImage &image, QIODevice &device) const
         return false;
     const bool bottomUp = encoder->bottomUp();
     for (int i = 0; i < image.height(); ++i) {
-        const uchar *const row =
-            bottomUp ? source.rowFromBelow(image.height() - 1 - i) : source.row(i);
-        if (!row || !encoder->writeRow(row))
+        const int y = bottomUp ? image.height() - 1 - i : i;
+        const uchar *const row = bottomUp ? source.rowFromBelow(y) : source.row(y);
+        if (!row || !encoder->writeRow(row, source.extra(y)))
             return false;
     }
     return encoder->writeEnd();

@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QImageIOHandler>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace vellum::plugin {
@@ -42,6 +43,7 @@ struct Picture
 
     int extraChannels = 0; ///< samples per pixel for Vellum's channel buffer
     int extraBits = 8; ///< 8 or 16
+    QStringList extraNames; ///< of the channels; empty when they have none
 };
 
 } // namespace vellum::plugin

@@ -88,12 +88,15 @@ SampleLayout samplesOf(QImage::Format format)
         return {3, 1, -1};
     case QImage::Format_RGB32:
     case QImage::Format_RGBX8888:
+    case QImage::Format_ARGB32_Premultiplied:
+    case QImage::Format_RGBA8888_Premultiplied:
         return {4, 1, -1};
     case QImage::Format_ARGB32:
         return {4, 1, kAlphaOfWord};
     case QImage::Format_RGBA8888:
         return {4, 1, 3};
     case QImage::Format_RGBX64:
+    case QImage::Format_RGBA64_Premultiplied:
         return {4, 2, -1};
     case QImage::Format_RGBA64:
         return {4, 2, 3};

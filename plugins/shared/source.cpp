@@ -59,6 +59,8 @@ WriteSource::WriteSource(const QImage &image)
     : m_image(image), m_vellum(Vellum::getVellum(const_cast<QImage *>(&image))),
       m_rowFormat(image.format())
 {
+    if (m_vellum)
+        m_channels = m_vellum->channelsData(m_channelCount, m_channelBits, m_channelStride);
 }
 
 bool WriteSource::wantsCmyk() const { return m_vellum && m_vellum->isSaveCmykPrepared(); }
@@ -140,6 +142,11 @@ const uchar *WriteSource::rowFromBelow(int y)
     return encoded(image_constScanLine_reverse(m_vellum, &m_image, y));
 }
 
+const uchar *WriteSource::extra(int y) const
+{
+    return m_channels ? m_channels + qptrdiff(y) * m_channelStride : nullptr;
+}
+
 const uchar *WriteSource::encoded(const uchar *row)
 {
     if (!row)
@@ -200,6 +207,11 @@ Picture WriteSource::picture(const QString &description) const
     picture.dotsPerMeterY = m_image.dotsPerMeterY();
     picture.offset = m_image.offset();
     picture.texts = textsToWrite(m_image, description);
+    if (m_channels) {
+        picture.extraChannels = m_channelCount;
+        picture.extraBits = m_channelBits;
+        picture.extraNames = channelNames(m_image);
+    }
     const ExifData *const exif = m_vellum ? m_vellum->getExifData() : nullptr;
     if (exif && exif->data && exif->size > 0) {
         picture.exif = withoutExifOrientation(exifBlock(QByteArray(exif->data, exif->size)));

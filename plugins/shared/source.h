@@ -41,7 +41,11 @@ public:
     /// The same for a loop that walks up from the last row.
     const uchar *rowFromBelow(int y);
 
-    /// Size, colour table, profile, EXIF block (for upright pixels), resolution, offset. Texts
+    /// The extra channels of row \a y, interleaved; null when there are none.
+    const uchar *extra(int y) const;
+
+    /// Size, colour table, profile, EXIF block (for upright pixels), resolution, offset,
+    /// extra channels. Texts
     /// are those of textsToWrite(). After prepare().
     Picture picture(const QString &description) const;
 
@@ -60,6 +64,10 @@ private:
     QByteArray m_profile; // to embed
     bool m_toProfile = false; // rows go from sRGB to it
     CVlLcmsManager m_manager;
+    const uchar *m_channels = nullptr;
+    int m_channelCount = 0;
+    int m_channelBits = 0;
+    int m_channelStride = 0;
     std::vector<uchar> m_colors; // a row in its profile
     std::vector<uchar> m_whole; // a row that the image stores only in part
     std::vector<uchar> m_inks;

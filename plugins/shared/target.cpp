@@ -82,7 +82,10 @@ void ReadTarget::describe(const Picture &picture)
         image.setDotsPerMeterY(picture.dotsPerMeterY > 0 ? picture.dotsPerMeterY : untold);
         image.setOffset(picture.offset);
     });
-    replaceTexts(picture.texts);
+    QVector<Text> texts = picture.texts;
+    if (m_vellum && !picture.extraNames.isEmpty())
+        texts.append({QLatin1String(kChannelNamesKey), picture.extraNames.join(QLatin1Char('\n'))});
+    replaceTexts(texts);
 
     const bool areConverted = picture.inputColors != 0; // to sRGB, on their way into the image
     if (!m_vellum) {

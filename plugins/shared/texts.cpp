@@ -19,6 +19,13 @@ void replaceOrAppend(QVector<Text> &texts, const Text &text)
 
 } // namespace
 
+const char *const kChannelNamesKey = "ChannelNames";
+
+QStringList channelNames(const QImage &image)
+{
+    return image.text(QLatin1String(kChannelNamesKey)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
 bool isSaveOption(const QString &key)
 {
     constexpr std::array kOptions = {"JpegOptions", "quality", "progressive",
@@ -42,7 +49,8 @@ QVector<Text> textsToWrite(const QImage &image, const QString &description)
         replaceOrAppend(texts, {key, hasKey ? part.mid(colon + 1).trimmed() : part});
     }
     const auto isLeftOut = [](const Text &text) {
-        return isSaveOption(text.key) || text.value.isEmpty();
+        return isSaveOption(text.key) || text.key == QLatin1String(kChannelNamesKey) ||
+            text.value.isEmpty();
     };
     texts.erase(std::remove_if(texts.begin(), texts.end(), isLeftOut), texts.end());
     return texts;

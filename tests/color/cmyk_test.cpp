@@ -182,6 +182,25 @@ TEST(SaveCmyk, RePreparedForRgb32ServesRowsOfThatFormat)
     EXPECT_EQ(saved(image, 4), savedDirectly(TYPE_BGRA_8, 4));
 }
 
+// The flag alone stays after a save; a writer must not take it for a wish.
+TEST(SaveCmyk, IsPreparedFromTheWishToTheEndOfTheSaveAlsoWithoutTransform)
+{
+    for (const QImage::Format format : {QImage::Format_RGB32, QImage::Format_Grayscale8}) {
+        Chain chain;
+        *chain.first = makeNoise(3, 3, format, Storage::Plain);
+        EXPECT_FALSE(chain.first->isSaveCmykPrepared());
+
+        prepareSave(*chain.first);
+        EXPECT_TRUE(chain.first->isSaveCmykPrepared());
+        EXPECT_TRUE(chain.third->isSaveCmykPrepared());
+
+        releaseSave(*chain.first);
+        EXPECT_FALSE(chain.first->isSaveCmykPrepared());
+        EXPECT_FALSE(chain.third->isSaveCmykPrepared());
+        EXPECT_TRUE(chain.first->getSaveAsCmyk());
+    }
+}
+
 TEST(SaveCmyk, PreparingForAnUnsupportedFormatReplacesItByNone)
 {
     Vellum image = makeNoise(3, 3, QImage::Format_RGB32, Storage::Plain);

@@ -311,6 +311,22 @@ TEST(Channels, NullImageHasEmptyChannels)
     }
 }
 
+TEST(Channels, BufferCanBeReadWithoutCopying)
+{
+    const Channels channels(5, 2, 3, 16);
+    int count = 0;
+    int bits = 0;
+    int stride = 0;
+    EXPECT_EQ(channels.image.channelsData(count, bits, stride), channels.data);
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(bits, 16);
+    EXPECT_EQ(stride, channels.stride);
+
+    const Vellum without;
+    EXPECT_EQ(without.channelsData(count, bits, stride), nullptr);
+    EXPECT_EQ(count + bits + stride, 0);
+}
+
 TEST(Channels, BufferCannotBeFetchedOrSet)
 {
     Channels channels(5, 2, 3, 8);

@@ -388,6 +388,12 @@ public:
     /// Always null, whatever the arguments.
     uchar *getChannelsData(int, int, int &);
 
+    /// The channel buffer, for reading: height() rows of width() pixels of \a channels interleaved
+    /// samples of \a bits bits, \a stride bytes from row to row.
+    /// \return null when there is no buffer, or when the image has grown since it was allocated;
+    ///         the arguments are then 0
+    const uchar *channelsData(int &channels, int &bits, int &stride) const;
+
     void freeChannelsData();
 
     /// Splits the channel buffer into one plain grey image per channel, owned by the caller.

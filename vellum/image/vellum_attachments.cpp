@@ -76,6 +76,18 @@ uchar *Vellum::allocChannelsData(int channels, int bits, int &stride)
 
 uchar *Vellum::getChannelsData(int, int, int &) { return nullptr; }
 
+const uchar *Vellum::channelsData(int &channels, int &bits, int &stride) const
+{
+    // The image may have been given another size since.
+    const qint64 rowBytes =
+        m_channelsData ? channelStride(width(), m_channelCount, m_channelBits) : 0;
+    const bool fits = m_channelsData && rowBytes <= m_channelsBytes / qMax(height(), 1);
+    channels = fits ? m_channelCount : 0;
+    bits = fits ? m_channelBits : 0;
+    stride = fits ? int(rowBytes) : 0;
+    return fits ? m_channelsData : nullptr;
+}
+
 void Vellum::freeChannelsData()
 {
     std::free(m_channelsData);
@@ -86,22 +98,22 @@ void Vellum::freeChannelsData()
 QList<Vellum *> Vellum::getChannelsImage(bool to8Bit, bool freeData)
 {
     QList<Vellum *> images;
-    // The image may have been given another size since.
-    const qint64 stride =
-        m_channelsData ? channelStride(width(), m_channelCount, m_channelBits) : 0;
-    if (m_channelsData && stride <= m_channelsBytes / qMax(height(), 1)) {
-        const int bytes = m_channelBits / 8;
+    int count = 0;
+    int bits = 0;
+    int stride = 0;
+    if (const uchar *const data = channelsData(count, bits, stride)) {
+        const int bytes = bits / 8;
         const bool wide = bytes == 2 && !to8Bit;
         const auto extract = wide ? extractSamples<quint16> : extractSamples<quint8>;
         const int highByte = wide ? 0 : bytes - 1; // samples are little-endian
-        for (int c = 0; c < m_channelCount; ++c) {
+        for (int c = 0; c < count; ++c) {
             auto *const image =
                 new Vellum(width(), height(), wide ? Format_Grayscale16 : Format_Grayscale8);
             images.append(image);
-            const uchar *const samples = m_channelsData + qptrdiff(c) * bytes + highByte;
+            const uchar *const samples = data + qptrdiff(c) * bytes + highByte;
             for (int y = 0; y < image->height(); ++y) {
-                extract(image->scanLineEx(y), samples + y * stride,
-                        qptrdiff(m_channelCount) * bytes, width());
+                extract(image->scanLineEx(y), samples + qptrdiff(y) * stride,
+                        qptrdiff(count) * bytes, width());
             }
         }
     }
