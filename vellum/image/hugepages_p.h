@@ -12,4 +12,11 @@ namespace vellum::image {
 /// thing. The memory counts as resident as it is written, as ever.
 void preferHugePages(void *memory, std::size_t bytes) noexcept;
 
+/// \a bytes of memory to be given back by \c free, as from \c malloc, with the request made.
+///
+/// It begins where a huge page can begin, because a block of a few of them would otherwise lose
+/// one to small pages. What this skips costs no memory, but address space.
+/// \return null when either runs out
+[[nodiscard]] void *allocateInHugePages(std::size_t bytes) noexcept;
+
 } // namespace vellum::image

@@ -7,7 +7,7 @@
 ///
 /// Row \c r of the image starts at <tt>blocks[r / rowsPerBlock] + (r % rowsPerBlock) *
 /// bytesPerLine</tt>. All blocks have the same capacity, so the last one or more may be partly or
-/// wholly unused. Blocks and pointer array come from \c malloc; their contents start undefined.
+/// wholly unused. Blocks and pointer array are memory for \c free; their contents start undefined.
 struct RowBlockBuffer
 {
     uchar **blocks; ///< \c blockCount pointers, one per block

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <utility>
 
 namespace vellum::image {
 
@@ -11,6 +12,21 @@ namespace {
 
 constexpr qint64 kBytesPerBlock = 4 << 20;
 constexpr qint64 kLeastBlocks = 8;
+
+/// Allocates the blocks of \a store, which are null, and leaves none behind when one fails.
+/// \return how many could be had
+int allocateBlocks(const RowBlockBuffer &store, size_t bytes, void *(*allocate)(size_t))
+{
+    for (int count = 0; count < store.blockCount; ++count) {
+        store.blocks[count] = static_cast<uchar *>(allocate(bytes));
+        if (store.blocks[count])
+            continue;
+        for (int i = 0; i < count; ++i)
+            std::free(std::exchange(store.blocks[i], nullptr));
+        return count;
+    }
+    return store.blockCount;
+}
 
 } // namespace
 
@@ -35,12 +51,11 @@ RowStore *RowStore::allocate(qint64 bytesPerLine, int height, int &failedBlock)
     if (store->blockBytes() == 0)
         return store.release();
 
-    for (; failedBlock < store->blockCount; ++failedBlock) {
-        store->blocks[failedBlock] = static_cast<uchar *>(std::malloc(store->blockBytes()));
-        if (!store->blocks[failedBlock])
-            return nullptr;
-        preferHugePages(store->blocks[failedBlock], store->blockBytes());
-    }
+    failedBlock = allocateBlocks(*store, store->blockBytes(), allocateInHugePages);
+    if (failedBlock < store->blockCount) // address space may be short, and these need less of it
+        failedBlock = allocateBlocks(*store, store->blockBytes(), std::malloc);
+    if (failedBlock < store->blockCount)
+        return nullptr;
     store->m_rows = height;
     return store.release();
 }
