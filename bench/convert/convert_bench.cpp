@@ -125,6 +125,8 @@ const Case kConvertedCases[] = {
      kNoSlower},
     {"rgba64 to rgb32", QImage::Format_RGBA64, QImage::Format_RGB32, 0, kNoSlower},
     {"rgb32 to grayscale8", QImage::Format_RGB32, QImage::Format_Grayscale8, 0, kNoSlower},
+    {"rgb888 to grayscale8", QImage::Format_RGB888, QImage::Format_Grayscale8, 0, kNoSlower},
+    {"rgba8888 to grayscale8", QImage::Format_RGBA8888, QImage::Format_Grayscale8, 0, kNoSlower},
     {"rgb888 to mono, diffuse", QImage::Format_RGB888, QImage::Format_Mono, 0, 2},
     {"rgba64 to indexed8, diffuse", QImage::Format_RGBA64, QImage::Format_Indexed8, 0, 1.5},
 };

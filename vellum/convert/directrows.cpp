@@ -1,5 +1,6 @@
 #include <vellum/convert/directrows_p.h>
 #include <vellum/convert/expand_p.h>
+#include <vellum/convert/monokernels_p.h>
 #include <vellum/convert/premultiply_p.h>
 #include <vellum/convert/rgba64_p.h>
 #include <vellum/image/cpufeatures_p.h>
@@ -58,6 +59,25 @@ void premultiply(uchar *out, const uchar *in, int width)
     VELLUM_CHOOSE_SSE41(premultiplyPortable, premultiplySse41)(out, in, width);
 }
 
+/// From pixels 0xAARRGGBB. Their alpha does not count.
+void weighGrey(uchar *out, const uchar *in, int width)
+{
+    VELLUM_CHOOSE_SSE41(greysOfPixelsPortable, greysOfPixelsSse41)(out, in, width);
+}
+
+/// From pixels of \a Bytes bytes that \a toWords makes 0xAARRGGBB, a handful at a time.
+template <int Bytes, RowFunction toWords>
+void weighGreyOf(uchar *out, const uchar *in, int width)
+{
+    constexpr int kPiece = 256;
+    uchar words[4 * kPiece];
+    for (int x = 0; x < width; x += kPiece) {
+        const int count = qMin(kPiece, width - x);
+        toWords(words, in + qptrdiff(x) * Bytes, count);
+        weighGrey(out + x, words, count);
+    }
+}
+
 constexpr RowFunction kPremultiplyWords = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? premultiply : nullptr;
 
 struct Cell
@@ -87,6 +107,12 @@ constexpr Cell kCells[] = {
     {QImage::Format_BGR888, QImage::Format_ARGB32, expandBgr},
     {QImage::Format_BGR888, QImage::Format_ARGB32_Premultiplied, expandBgr},
     {QImage::Format_RGBA64, QImage::Format_ARGB32, narrowRgba64},
+    {QImage::Format_RGB32, QImage::Format_Grayscale8, weighGrey},
+    {QImage::Format_ARGB32, QImage::Format_Grayscale8, weighGrey},
+    {QImage::Format_RGB888, QImage::Format_Grayscale8, weighGreyOf<3, expandRgb>},
+    {QImage::Format_BGR888, QImage::Format_Grayscale8, weighGreyOf<3, expandBgr>},
+    {QImage::Format_RGBX8888, QImage::Format_Grayscale8, weighGreyOf<4, swapRedBlueRow>},
+    {QImage::Format_RGBA8888, QImage::Format_Grayscale8, weighGreyOf<4, swapRedBlueRow>},
 };
 
 } // namespace
