@@ -1,6 +1,7 @@
 #include <QColor>
 #include <QColorSpace>
 
+#include <algorithm>
 #include <support/freeturn.h>
 #include <support/images.h>
 
@@ -100,6 +101,21 @@ TEST_P(FreeRotate, AnySizeEqualsTheNaiveTurn)
         ASSERT_TRUE(samePixels(vellum::freeRotated(image, angle, 0U), naiveFree(image, angle, 0U)))
             << w << " x " << h << " by " << angle;
     }
+}
+
+// The ends of what a channel holds are where sums of the wrong width overflow.
+TEST_P(FreeRotate, BytesOfNoneAndAllBitsEqualTheNaiveTurn)
+{
+    Vellum image = makeNoise(61, 37, m_format, m_storage);
+    for (int y = 0; y < image.height(); ++y) {
+        uchar *const row = image.scanLineEx(y);
+        std::transform(row, row + image.storedBytesPerLine(), row,
+                       [](uchar byte) { return uchar(byte < 128 ? 0 : 255); });
+    }
+    if (m_format == QImage::Format_Indexed8)
+        image.setColorTable(QVector<QRgb>(256));
+    for (const double angle : {5.0, 77.7, 212.0})
+        EXPECT_TRUE(samePixels(vellum::freeRotated(image, angle, 0U), naiveFree(image, angle, 0U)));
 }
 
 TEST_P(FreeRotate, AnglesAreCountedModuloAWholeTurn)

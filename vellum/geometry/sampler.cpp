@@ -166,27 +166,25 @@ void drawInside(const SampleRun &run)
     });
 }
 
+/// \a inner is a vector form, or null where none can run.
 template <typename Layout>
-Sampler bilinear()
+Sampler bilinear(Sampler::Draw inner = nullptr)
 {
-    return {1023, 2, drawClamped<Layout>, drawInside<Layout>, nullptr};
+    return {1023, 2, drawClamped<Layout>, inner ? inner : drawInside<Layout>, nullptr};
 }
 
 Sampler nearest(Sampler::Draw draw) { return {0, 1, draw, nullptr, nullptr}; }
 
 Sampler bilinear24()
 {
-    Sampler sampler = bilinear<Bytes<3>>();
+    Sampler sampler = bilinear<Bytes<3>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear24Sse41));
     sampler.reach = 3;
-    sampler.drawInner = VELLUM_CHOOSE_SSE41(sampler.drawInner, drawBilinear24Sse41);
     return sampler;
 }
 
 Sampler bilinear32()
 {
-    Sampler sampler = bilinear<Bytes<4>>();
-    sampler.drawInner = VELLUM_CHOOSE_SSE41(sampler.drawInner, drawBilinear32Sse41);
-    return sampler;
+    return bilinear<Bytes<4>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear32Sse41));
 }
 
 } // namespace
@@ -238,20 +236,20 @@ Sampler samplerForFormat(QImage::Format format) noexcept
     case QImage::Format_RGBX64:
     case QImage::Format_RGBA64:
     case QImage::Format_RGBA64_Premultiplied:
-        return bilinear<Words<4>>();
+        return bilinear<Words<4>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear64Sse41));
     case QImage::Format_BGR30:
     case QImage::Format_A2BGR30_Premultiplied:
     case QImage::Format_RGB30:
     case QImage::Format_A2RGB30_Premultiplied:
         return bilinear<Packed<4, 10, 10, 10, 2>>();
     case QImage::Format_RGB16:
-        return bilinear<Packed<2, 5, 6, 5>>();
+        return bilinear<Packed<2, 5, 6, 5>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear565Sse41));
     case QImage::Format_RGB555:
-        return bilinear<Packed<2, 5, 5, 5>>();
+        return bilinear<Packed<2, 5, 5, 5>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear555Sse41));
     case QImage::Format_RGB444:
-        return bilinear<Packed<2, 4, 4, 4>>();
+        return bilinear<Packed<2, 4, 4, 4>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear444Sse41));
     case QImage::Format_ARGB4444_Premultiplied:
-        return bilinear<Packed<2, 4, 4, 4, 4>>();
+        return bilinear<Packed<2, 4, 4, 4, 4>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear4444Sse41));
     case QImage::Format_RGB666:
         return bilinear<Packed<3, 6, 6, 6>>();
     case QImage::Format_ARGB6666_Premultiplied:

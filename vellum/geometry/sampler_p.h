@@ -57,7 +57,12 @@ void setBitsLsbFirst(uchar *row, int from, int to);
 /// \name The vector forms of drawInner, for the functions above only
 /// @{
 void drawBilinear24Sse41(const SampleRun &run); ///< reads 8 bytes: a reach of 3
-void drawBilinear32Sse41(const SampleRun &run); ///< a reach of 2
+void drawBilinear32Sse41(const SampleRun &run); ///< a reach of 2, as all the others
+void drawBilinear64Sse41(const SampleRun &run);
+void drawBilinear565Sse41(const SampleRun &run);
+void drawBilinear555Sse41(const SampleRun &run);
+void drawBilinear444Sse41(const SampleRun &run);
+void drawBilinear4444Sse41(const SampleRun &run);
 /// @}
 
 } // namespace vellum::geometry

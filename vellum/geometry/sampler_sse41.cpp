@@ -8,18 +8,6 @@ namespace vellum::geometry {
 
 namespace {
 
-__m128i loadPair(const uchar *pixels)
-{
-    return _mm_loadl_epi64(reinterpret_cast<const __m128i *>(pixels));
-}
-
-/// Number of a sample within four, as a type.
-template <int Index>
-struct Lane
-{
-    static constexpr int kIndex = Index;
-};
-
 /// How near each of four samples is to the right and lower neighbours of its pixel.
 struct Weights
 {
@@ -37,19 +25,152 @@ struct Weights
     }
 };
 
-/// The blended channels of a pixel, one per lane, with the weights of sample \a Index. \a pairs
-/// brings each channel of a pixel and of its right neighbour side by side, as 16-bit numbers.
-template <int Index>
-__m128i blended(const uchar *top, const uchar *bottom, const Weights &weights, __m128i pairs)
+/// What is at a position, with the right neighbour behind it, and in the row below.
+struct Sample
 {
-    const __m128i across = _mm_shuffle_epi32(weights.across, Index * 0x55);
-    const __m128i down = _mm_shuffle_epi32(weights.down, Index * 0x55);
-    const __m128i above = _mm_madd_epi16(_mm_shuffle_epi8(loadPair(top), pairs), across);
-    const __m128i below = _mm_madd_epi16(_mm_shuffle_epi8(loadPair(bottom), pairs), across);
-    // above * (1024 - down) + below * down with one product
-    const __m128i difference = _mm_mullo_epi32(_mm_sub_epi32(below, above), down);
-    return _mm_srli_epi32(_mm_add_epi32(_mm_slli_epi32(above, 10), difference), 20);
-}
+    const uchar *top;
+    const uchar *bottom;
+};
+
+/// \name Layouts: bytes of a pixel, and how four samples become the next four of them
+/// @{
+
+/// Channels of a byte, \a Bytes of them: 3 or 4. A sample reads two pixels of 4 bytes.
+template <int Bytes>
+struct ByteChannels
+{
+    static constexpr int kBytes = Bytes;
+
+    static void draw(uchar *out, const Sample *samples, const Weights &weights)
+    {
+        const __m128i pixels = _mm_packus_epi16(
+            _mm_packus_epi32(blended<0>(samples[0], weights), blended<1>(samples[1], weights)),
+            _mm_packus_epi32(blended<2>(samples[2], weights), blended<3>(samples[3], weights)));
+        if (Bytes == 4) {
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out), pixels);
+        } else {
+            const __m128i close = _mm_shuffle_epi8(
+                pixels, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+            _mm_storel_epi64(reinterpret_cast<__m128i *>(out), close);
+            const int last = _mm_extract_epi32(close, 2);
+            std::memcpy(out + 8, &last, sizeof last);
+        }
+    }
+
+private:
+    /// The channels of a pixel, one per lane, with the weights of sample \a Index.
+    template <int Index>
+    static __m128i blended(const Sample &sample, const Weights &weights)
+    {
+        const __m128i across = _mm_shuffle_epi32(weights.across, Index * 0x55);
+        const __m128i down = _mm_shuffle_epi32(weights.down, Index * 0x55);
+        const __m128i above = _mm_madd_epi16(pairs(sample.top), across);
+        const __m128i below = _mm_madd_epi16(pairs(sample.bottom), across);
+        // above * (1024 - down) + below * down with one product
+        const __m128i difference = _mm_mullo_epi32(_mm_sub_epi32(below, above), down);
+        return _mm_srli_epi32(_mm_add_epi32(_mm_slli_epi32(above, 10), difference), 20);
+    }
+
+    /// Each channel beside that of the right neighbour, as 16-bit numbers. The fourth of 24-bit
+    /// pixels is not stored.
+    static __m128i pairs(const uchar *pixels)
+    {
+        const __m128i order = Bytes == 4
+            ? _mm_setr_epi8(0, -1, 4, -1, 1, -1, 5, -1, 2, -1, 6, -1, 3, -1, 7, -1)
+            : _mm_setr_epi8(0, -1, 3, -1, 1, -1, 4, -1, 2, -1, 5, -1, -1, -1, -1, -1);
+        return _mm_shuffle_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(pixels)), order);
+    }
+};
+
+/// Four channels of 16 bits.
+struct WordChannels
+{
+    static constexpr int kBytes = 8;
+
+    static void draw(uchar *out, const Sample *samples, const Weights &weights)
+    {
+        auto *const pixels = reinterpret_cast<__m128i *>(out);
+        _mm_storeu_si128(
+            pixels,
+            _mm_packus_epi32(blended<0>(samples[0], weights), blended<1>(samples[1], weights)));
+        _mm_storeu_si128(
+            pixels + 1,
+            _mm_packus_epi32(blended<2>(samples[2], weights), blended<3>(samples[3], weights)));
+    }
+
+private:
+    template <int Index>
+    static __m128i blended(const Sample &sample, const Weights &weights)
+    {
+        const __m128i across = _mm_shuffle_epi32(weights.across, Index * 0x55);
+        const __m128i down = _mm_shuffle_epi32(weights.down, Index * 0x55);
+        // Factors have a sign, so that the channels are halfway moved below 0 and the sums back.
+        const __m128i above = _mm_madd_epi16(pairs(sample.top), across);
+        const __m128i difference =
+            _mm_sub_epi32(_mm_madd_epi16(pairs(sample.bottom), across), above);
+        const __m128i moved = _mm_add_epi32(above, _mm_set1_epi32(1024 << 15));
+        const __m128i even =
+            _mm_add_epi64(_mm_slli_epi64(_mm_blend_epi16(moved, _mm_setzero_si128(), 0xcc), 10),
+                          _mm_mul_epi32(difference, down));
+        const __m128i odd = _mm_add_epi64(_mm_slli_epi64(_mm_srli_epi64(moved, 32), 10),
+                                          _mm_mul_epi32(_mm_srli_epi64(difference, 32), down));
+        // bit 20 and up of both, as lanes of 32 bits
+        return _mm_blend_epi16(_mm_srli_epi64(even, 20), _mm_slli_epi64(odd, 12), 0xcc);
+    }
+
+    static __m128i pairs(const uchar *pixels)
+    {
+        const __m128i both = _mm_loadu_si128(reinterpret_cast<const __m128i *>(pixels));
+        const __m128i order = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+        return _mm_xor_si128(_mm_shuffle_epi8(both, order), _mm_set1_epi16(-0x8000));
+    }
+};
+
+/// Channels of \a Widths bits, at most 6, in a number of 16 bits from its lowest bit up.
+template <int... Widths>
+struct PackedChannels
+{
+    static constexpr int kBytes = 2;
+
+    static void draw(uchar *out, const Sample *samples, const Weights &weights)
+    {
+        // Left and right pixel are the halves of a lane.
+        const __m128i top = _mm_setr_epi32(pair(samples[0].top), pair(samples[1].top),
+                                           pair(samples[2].top), pair(samples[3].top));
+        const __m128i bottom = _mm_setr_epi32(pair(samples[0].bottom), pair(samples[1].bottom),
+                                              pair(samples[2].bottom), pair(samples[3].bottom));
+        const __m128i down = _mm_or_si128(_mm_slli_epi32(weights.down, 16),
+                                          _mm_sub_epi32(_mm_set1_epi32(1024), weights.down));
+        __m128i pixels = _mm_setzero_si128();
+        int shift = 0;
+        const auto blendField = [&](int width) {
+            const auto blendedAcross = [&](__m128i pairs) {
+                const __m128i field = _mm_and_si128(_mm_srli_epi16(pairs, shift),
+                                                    _mm_set1_epi16(short((1 << width) - 1)));
+                // Halfway moved below 0, for the sums to be numbers of 16 bits.
+                const __m128i half = _mm_set1_epi16(short(1 << (width - 1)));
+                return _mm_madd_epi16(_mm_sub_epi16(field, half), weights.across);
+            };
+            const __m128i both = _mm_blend_epi16(blendedAcross(top),
+                                                 _mm_slli_epi32(blendedAcross(bottom), 16), 0xaa);
+            const __m128i sum =
+                _mm_add_epi32(_mm_madd_epi16(both, down), _mm_set1_epi32(1 << (width - 1) << 20));
+            pixels = _mm_or_si128(pixels, _mm_slli_epi32(_mm_srli_epi32(sum, 20), shift));
+            shift += width;
+        };
+        (blendField(Widths), ...);
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(out), _mm_packus_epi32(pixels, pixels));
+    }
+
+private:
+    static int pair(const uchar *pixels)
+    {
+        int both;
+        std::memcpy(&both, pixels, sizeof both);
+        return both;
+    }
+};
+/// @}
 
 /// Numbers start, start + step and so on, of which only the low bits are kept.
 __m128i lanesFrom(qint64 start, int step)
@@ -58,10 +179,11 @@ __m128i lanesFrom(qint64 start, int step)
     return _mm_setr_epi32(lane(0), lane(1), lane(2), lane(3));
 }
 
-template <int Bytes>
-void drawBilinear(const SampleRun &run, __m128i pairs)
+template <typename Layout>
+void drawBilinear(const SampleRun &run)
 {
-    uchar *out = run.out + qptrdiff(run.column) * Bytes;
+    constexpr int kBytes = Layout::kBytes;
+    uchar *out = run.out + qptrdiff(run.column) * kBytes;
     // The compiler must assume that run changes with every pixel stored.
     const uchar *const *const rows = run.rows;
     const int stepX = run.stepX;
@@ -73,55 +195,45 @@ void drawBilinear(const SampleRun &run, __m128i pairs)
     const __m128i fourX = _mm_set1_epi32(4 * stepX);
     const __m128i fourY = _mm_set1_epi32(4 * stepY);
 
-    const auto next = [&](auto lane, const Weights &weights) {
+    const auto next = [&] {
         const uchar *const *const row = rows + (y >> 10);
-        const qptrdiff left = (x >> 10) * Bytes;
+        const qptrdiff left = (x >> 10) * kBytes;
         x += stepX;
         y += stepY;
-        return blended<decltype(lane)::kIndex>(row[0] + left, row[1] + left, weights, pairs);
-    };
-    const auto packed = [](__m128i a, __m128i b, __m128i c, __m128i d) {
-        return _mm_packus_epi16(_mm_packus_epi32(a, b), _mm_packus_epi32(c, d));
+        return Sample {row[0] + left, row[1] + left};
     };
 
     int count = run.count;
-    for (; count >= 4; count -= 4, out += 4 * Bytes) {
-        const Weights weights(lanesX, lanesY);
-        const __m128i a = next(Lane<0>(), weights);
-        const __m128i b = next(Lane<1>(), weights);
-        const __m128i c = next(Lane<2>(), weights);
-        const __m128i d = next(Lane<3>(), weights);
+    for (; count >= 4; count -= 4, out += 4 * kBytes) {
+        const Sample samples[4] = {next(), next(), next(), next()};
+        Layout::draw(out, samples, Weights(lanesX, lanesY));
         lanesX = _mm_add_epi32(lanesX, fourX);
         lanesY = _mm_add_epi32(lanesY, fourY);
-        const __m128i pixels = packed(a, b, c, d);
-        if (Bytes == 4) {
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(out), pixels);
-        } else {
-            const __m128i close = _mm_shuffle_epi8(
-                pixels, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-            _mm_storel_epi64(reinterpret_cast<__m128i *>(out), close);
-            const int last = _mm_extract_epi32(close, 2);
-            std::memcpy(out + 8, &last, sizeof last);
-        }
     }
-    for (; count > 0; --count, out += Bytes) {
-        const __m128i pixel = next(Lane<0>(), Weights(lanesFrom(x, 0), lanesFrom(y, 0)));
-        const int value = _mm_cvtsi128_si32(packed(pixel, pixel, pixel, pixel));
-        std::memcpy(out, &value, Bytes);
-    }
+    if (count == 0)
+        return;
+    Sample samples[4] = {next()};
+    for (int i = 1; i < 4; ++i)
+        samples[i] = i < count ? next() : samples[0];
+    uchar last[4 * kBytes];
+    Layout::draw(last, samples, Weights(lanesX, lanesY));
+    std::memcpy(out, last, size_t(count) * kBytes);
 }
 
 } // namespace
 
-void drawBilinear24Sse41(const SampleRun &run)
-{
-    // The fourth lane is not stored.
-    drawBilinear<3>(run, _mm_setr_epi8(0, -1, 3, -1, 1, -1, 4, -1, 2, -1, 5, -1, -1, -1, -1, -1));
-}
+void drawBilinear24Sse41(const SampleRun &run) { drawBilinear<ByteChannels<3>>(run); }
 
-void drawBilinear32Sse41(const SampleRun &run)
-{
-    drawBilinear<4>(run, _mm_setr_epi8(0, -1, 4, -1, 1, -1, 5, -1, 2, -1, 6, -1, 3, -1, 7, -1));
-}
+void drawBilinear32Sse41(const SampleRun &run) { drawBilinear<ByteChannels<4>>(run); }
+
+void drawBilinear64Sse41(const SampleRun &run) { drawBilinear<WordChannels>(run); }
+
+void drawBilinear565Sse41(const SampleRun &run) { drawBilinear<PackedChannels<5, 6, 5>>(run); }
+
+void drawBilinear555Sse41(const SampleRun &run) { drawBilinear<PackedChannels<5, 5, 5>>(run); }
+
+void drawBilinear444Sse41(const SampleRun &run) { drawBilinear<PackedChannels<4, 4, 4>>(run); }
+
+void drawBilinear4444Sse41(const SampleRun &run) { drawBilinear<PackedChannels<4, 4, 4, 4>>(run); }
 
 } // namespace vellum::geometry
