@@ -8,6 +8,7 @@
 #include <cstring>
 #include <support/images.h>
 #include <support/messages.h>
+#include <support/process.h>
 #include <vector>
 
 using namespace vellum::test;
@@ -235,6 +236,22 @@ TEST(SmoothScaledErrors, AResultThatCannotBeHadWarnsAndIsNull)
     const QSize row(34'000'000, 1); // more bits than QImage can count
     EXPECT_TRUE(smoothScaled(image, row).isNull());
     EXPECT_EQ(log.messages(), QStringList("QImage: out of memory, returning null"));
+}
+
+// Nor are there tables for it, which would take their time to fill.
+TEST(SmoothScaledErrors, AResultThatCannotBeHadIsTheFirstThingAskedFor)
+{
+    if (kSanitized)
+        GTEST_SKIP() << "sanitizers need address space of their own";
+    const Vellum image = makeNoise(2, 2, QImage::Format_RGB32, Storage::Plain);
+    EXPECT_TRUE(passesWithinAddressSpace(64 << 20, [&] {
+        for (const vellum::Storage storage : {vellum::Storage::Plain, vellum::Storage::Big}) {
+            const MessageLog log;
+            EXPECT_TRUE(smoothScaled(image, {40'000'000, 30'000'000}, QRect(), storage).isNull());
+            EXPECT_THAT(log.messages(),
+                        testing::Contains(QString("QImage: out of memory, returning null")));
+        }
+    }));
 }
 
 } // namespace

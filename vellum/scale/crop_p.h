@@ -22,4 +22,10 @@ namespace vellum::scale {
     return {topLeft, bottomRight};
 }
 
+/// True when \a rect has pixels and all of them lie inside a target of \a size.
+[[nodiscard]] inline bool isInTarget(const QRect &rect, const QSize &size)
+{
+    return !rect.isEmpty() && clipToTarget(rect, size) == rect;
+}
+
 } // namespace vellum::scale

@@ -1,6 +1,7 @@
 #include <vellum/image/cpufeatures_p.h>
 #include <vellum/image/imagedata_p.h>
 #include <vellum/image/vellum.h>
+#include <vellum/scale/crop_p.h>
 #include <vellum/scale/sections_p.h>
 #include <vellum/scale/sectionscaler_p.h>
 #include <vellum/scale/smoothscale_p.h>
@@ -36,12 +37,6 @@ const RowKernels *bestKernels(const RowKernels *kernels)
     return kernels;
 }
 
-bool contains(const QSize &size, const QRect &rect)
-{
-    return rect.left() >= 0 && rect.top() >= 0 && rect.left() <= rect.right() &&
-        rect.top() <= rect.bottom() && rect.right() < size.width() && rect.bottom() < size.height();
-}
-
 /// The last source row that the last row of the tables looks at.
 int lastSourceRow(const ScaleInfo &info)
 {
@@ -57,7 +52,7 @@ int lastSourceRow(const ScaleInfo &info)
 bool SmoothScale::make(const Vellum &source, QImage::Format workFormat, const QSize &size,
                        const QRect &rect)
 {
-    if (source.isNull() || !contains(size, rect))
+    if (source.isNull() || !isInTarget(rect, size))
         return false;
     m_info = calcScaleInfo(source.width(), source.height(), size.width(), size.height(), rect);
     if (!m_info)

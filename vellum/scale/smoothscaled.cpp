@@ -1,5 +1,6 @@
 #include <vellum/image/hugepages_p.h>
 #include <vellum/image/vellum.h>
+#include <vellum/scale/crop_p.h>
 #include <vellum/scale/smoothscale_p.h>
 #include <vellum/scale/smoothscaled.h>
 
@@ -105,12 +106,12 @@ Vellum scaledInBands(const Vellum &source, const QSize &size, const QRect &rect,
     Formats formats = formatsFor(source);
     if (source.size() == size && formats.result != QImage::Format_Grayscale16)
         formats.work = formats.result; // nothing is averaged, so nothing needs to lose precision
-    scale::SmoothScale smooth;
-    if (!smooth.make(source, formats.work, size, rect))
-        return {};
+    // Before the tables: sizes that no memory holds would take long to make tables for.
     Vellum result = makeResult(rect.size(), formats.result, storage);
+    scale::SmoothScale smooth;
     scale::ResultRows rows;
-    if (result.isNull() || !scale::findResultRows(rows, result, rect.top()))
+    if (result.isNull() || !smooth.make(source, formats.work, size, rect) ||
+        !scale::findResultRows(rows, result, rect.top()))
         return {};
 
     const qint64 sourcePixels = qint64(source.width()) * source.height() / size.height();
@@ -135,9 +136,9 @@ Vellum scaledInBands(const Vellum &source, const QSize &size, const QRect &rect,
 
 Vellum smoothScaled(const Vellum &source, const QSize &size, const QRect &crop, Storage storage)
 {
-    if (source.isNull())
-        return {};
     const QRect rect = crop == QRect() ? QRect(QPoint(0, 0), size) : crop;
+    if (source.isNull() || !scale::isInTarget(rect, size))
+        return {};
     try {
         return scaledInBands(source, size, rect, storage);
     } catch (const std::bad_alloc &) { // from Qt's conversions and texts
