@@ -28,18 +28,26 @@ std::vector<Entry> &entries()
     return all;
 }
 
-/// Keeps the median real time of every benchmark, in seconds.
+/// In seconds. Processor time is that of all threads.
+struct Times
+{
+    double real = 0;
+    double processor = 0;
+};
+
+/// Keeps the medians of every benchmark.
 class MedianReporter : public benchmark::ConsoleReporter
 {
 public:
-    std::map<std::string, double> medians;
+    std::map<std::string, Times> medians;
 
     void ReportRuns(const std::vector<Run> &runs) override
     {
         for (const Run &run : runs) {
             if (run.aggregate_name == "median") {
-                medians[run.run_name.function_name] =
-                    run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+                const double unit = benchmark::GetTimeUnitMultiplier(run.time_unit);
+                medians[run.run_name.function_name] = {run.GetAdjustedRealTime() / unit,
+                                                       run.GetAdjustedCPUTime() / unit};
             }
         }
         ConsoleReporter::ReportRuns(runs);
@@ -56,6 +64,7 @@ void add(const std::string &name, const std::function<void()> &run, double bytes
                                          int64_t(bytes * double(state.iterations())));
                                  })
         ->Unit(benchmark::kMillisecond)
+        ->MeasureProcessCPUTime()
         ->UseRealTime();
 }
 
@@ -78,11 +87,14 @@ std::vector<Ratio> runComparison(const Entry &entry)
 
     std::vector<Ratio> ratios;
     for (const auto &peer : comparison.peers) {
-        const double speed =
-            reporter.medians[nameOf(peer.name)] / reporter.medians[nameOf("vellum")];
+        const Times &ours = reporter.medians[nameOf("vellum")];
+        const Times &theirs = reporter.medians[nameOf(peer.name)];
+        const double speed = theirs.real / ours.real;
         char text[200];
-        std::snprintf(text, sizeof text, "%-46s %6.2f times as fast as %s", entry.name.c_str(),
-                      speed, peer.name.c_str());
+        // On a busy machine the processor time is the better measure, for equally many threads.
+        std::snprintf(text, sizeof text, "%-46s %6.2f times as fast (%.2f of processor time) as %s",
+                      entry.name.c_str(), speed, theirs.processor / ours.processor,
+                      peer.name.c_str());
         ratios.push_back({text, speed >= peer.leastSpeed});
         if (peer.leastSpeed > 0) {
             std::snprintf(text, sizeof text, " (%.2f asked)%s", peer.leastSpeed,

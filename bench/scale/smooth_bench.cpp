@@ -9,6 +9,7 @@
 #include <comparison.h>
 #include <memory>
 #include <random>
+#include <scale/areapeers.h>
 
 using namespace vellum::bench;
 
@@ -125,6 +126,8 @@ std::vector<Register> registerAll()
             };
             if (pair.to.width() * 40 == pair.from.width())
                 peers.push_back({"reading the pixels", [image] { readPixels(image); }, 1 / 1.2});
+            for (Peer &peer : areaPeers(image, pair.to))
+                peers.push_back(std::move(peer));
             return Comparison {with(1, oursOf(image, pair.to)), std::move(peers),
                                double(image.sizeInBytes())};
         });
