@@ -1,5 +1,8 @@
+#include <vellum/image/cpufeatures_p.h>
 #include <vellum/image/vellum.h>
+#include <vellum/scale/samplekernels_p.h>
 #include <vellum/scale/sampler_p.h>
+#include <vellum/scale/table_p.h>
 
 #include <QtGlobal>
 
@@ -38,10 +41,11 @@ private:
     bool m_twoStages;
 };
 
+/// Into the second-level cache: whole rows would drive each other out of the first.
 void prefetch([[maybe_unused]] const uchar *memory)
 {
 #ifdef __GNUC__
-    __builtin_prefetch(memory);
+    __builtin_prefetch(memory, 0, 2);
 #endif
 }
 
@@ -112,6 +116,85 @@ struct Columns
     }
 };
 
+using SampleRuns = void (*)(uchar *out, const uchar *in, const uchar *next,
+                            const SampleWindows &windows);
+
+/// SampleWindows for whole-byte pixels that lie close enough together; none where they do not,
+/// where the processor cannot use them, or where they are not worth making.
+class Windows
+{
+public:
+    Windows(const Columns &columns, const Vellum &source, int resultRows)
+        : m_sampleRuns(VELLUM_CHOOSE_SSE41(nullptr, sampleWindowsSse41))
+    {
+        constexpr int kRowsWorthTables = 16;
+        if (source.depth() == 1 || resultRows < kRowsWorthTables || !m_sampleRuns)
+            return;
+        m_pixelBytes = source.depth() / 8;
+        const qint64 rowBytes =
+            qMin<qint64>(source.storedBytesPerLine(), qint64(source.width()) * m_pixelBytes);
+        const int *const from = columns.from.get();
+        const auto runs = int(qint64(columns.count) * m_pixelBytes / kRun);
+        const int perRun = (widestRun(from, runs) + kRun - 1) / kRun;
+        if (perRun <= 2 && rowBytes >= qint64(perRun) * kRun)
+            make(from, runs, perRun, int(rowBytes));
+    }
+
+    /// Pixels at the begin of the row that sample() writes.
+    int pixels() const { return int(qint64(m_windows.runs) * kRun / qMax(m_pixelBytes, 1)); }
+
+    void sample(uchar *out, const uchar *in, const uchar *next) const
+    {
+        if (m_windows.runs > 0)
+            m_sampleRuns(out, in, next, m_windows);
+    }
+
+private:
+    static constexpr int kRun = 16; // bytes, as of a window
+
+    /// Bytes from the first to the last source pixel under a run, at most.
+    int widestRun(const int *from, int runs) const
+    {
+        int widest = 0;
+        for (int run = 0; run < runs; ++run) {
+            const qint64 first = qint64(run) * kRun / m_pixelBytes;
+            const qint64 last = (qint64(run) * kRun + kRun - 1) / m_pixelBytes;
+            widest = qMax(widest, from[last] + m_pixelBytes - from[first]);
+        }
+        return widest;
+    }
+
+    void make(const int *from, int runs, int perRun, int rowBytes)
+    {
+        constexpr uchar kNone = 128;
+        m_starts = allocate<int>(runs);
+        m_orders = allocate<uchar>(qint64(runs) * perRun * kRun);
+        if (!m_starts || !m_orders)
+            return; // it goes without
+        uchar *orders = m_orders.get();
+        int pixel = 0;
+        int byte = 0; // of the pixel
+        for (int run = 0; run < runs; ++run, orders += perRun * kRun) {
+            const int start = qMin(from[pixel], rowBytes - perRun * kRun);
+            m_starts[size_t(run)] = start;
+            for (int i = 0; i < kRun; ++i) {
+                const int at = from[pixel] + byte - start;
+                for (int window = 0; window < perRun; ++window)
+                    orders[window * kRun + i] = at / kRun == window ? uchar(at % kRun) : kNone;
+                byte = byte + 1 < m_pixelBytes ? byte + 1 : 0;
+                pixel += byte == 0 ? 1 : 0;
+            }
+        }
+        m_windows = {m_starts.get(), m_orders.get(), runs, perRun};
+    }
+
+    SampleRuns m_sampleRuns;
+    int m_pixelBytes = 0;
+    Array<int> m_starts;
+    Array<uchar> m_orders;
+    SampleWindows m_windows = {};
+};
+
 } // namespace
 
 bool sample(Vellum &dst, const Vellum &src, const SamplingJob &job)
@@ -129,6 +212,9 @@ bool sample(Vellum &dst, const Vellum &src, const SamplingJob &job)
     const SampleRow sampleRow =
         depth == 1 ? kSampleBits[int(job.bitOrder)] : kSampleBytes[depth / 8 - 1];
     const auto bytes = size_t((qint64(columns.count) * depth + 7) / 8);
+    const Windows windows(columns, src, part.height());
+    const int rest = windows.pixels(); // where the pixels outside of windows begin
+    const qptrdiff restOffset = qptrdiff(rest) * depth / 8;
     const uchar *next = src.scanLineEx(toRow(part.top()));
     const uchar *lastIn = nullptr;
     const uchar *lastOut = nullptr;
@@ -139,10 +225,13 @@ bool sample(Vellum &dst, const Vellum &src, const SamplingJob &job)
         if (!in)
             continue;
         uchar *const out = dst.scanLineEx(y);
-        if (in == lastIn)
+        if (in == lastIn) {
             std::memcpy(out, lastOut, bytes);
-        else
-            sampleRow(out, in, next ? next : in, columns.from.get(), columns.count);
+        } else {
+            const uchar *const ahead = next ? next : in;
+            windows.sample(out, in, ahead);
+            sampleRow(out + restOffset, in, ahead, columns.from.get() + rest, columns.count - rest);
+        }
         lastIn = in;
         lastOut = out;
         // Whoever listens cannot cancel: results are always whole.
