@@ -76,9 +76,10 @@ TEST(Create, OfAnInvalidGeometryIsFalseAndNull)
 {
     constexpr int kMost = std::numeric_limits<int>::max();
     const std::tuple<int, int, QImage::Format> geometries[] = {
-        {0, 5, QImage::Format_RGB32},   {5, 0, QImage::Format_RGB32},
-        {-1, 5, QImage::Format_RGB32},  {5, -1, QImage::Format_RGB32},
-        {5, 5, QImage::Format_Invalid}, {kMost, kMost, QImage::Format_RGBA64},
+        {0, 5, QImage::Format_RGB32},          {5, 0, QImage::Format_RGB32},
+        {-1, 5, QImage::Format_RGB32},         {5, -1, QImage::Format_RGB32},
+        {5, 5, QImage::Format_Invalid},        {5, 5, QImage::NImageFormats},
+        {kMost, kMost, QImage::Format_RGBA64},
     };
     for (const auto &[w, h, format] : geometries) {
         Vellum image = makeNoise(5, 6, QImage::Format_RGB32, Storage::Big);

@@ -101,7 +101,9 @@ bool Vellum::replacePixels(Vellum &image, const Vellum &pixels)
 
 bool Vellum::create(Vellum &image, int w, int h, QImage::Format format)
 {
-    const Vellum plain(w, h, format);
+    // QImage looks formats up in a table.
+    const bool known = format >= Format_Invalid && format < NImageFormats;
+    const Vellum plain = known ? Vellum(w, h, format) : Vellum();
     if (const QImageData *const data = QImageData::get(plain))
         vellum::image::preferHugePages(data->data, size_t(data->nbytes));
     return replacePixels(image, plain);
