@@ -1,17 +1,23 @@
 #include <mutex>
 #include <support/messages.h>
+#include <vector>
 
 namespace vellum::test {
 
 namespace {
 
 std::mutex mutex;
-QStringList collected;
+struct Message
+{
+    QtMsgType type;
+    QString text;
+};
+std::vector<Message> collected;
 
-void collect(QtMsgType, const QMessageLogContext &, const QString &message)
+void collect(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
     const std::lock_guard lock(mutex);
-    collected.append(message);
+    collected.push_back({type, message});
 }
 
 } // namespace
@@ -27,7 +33,21 @@ MessageLog::~MessageLog() { qInstallMessageHandler(m_previous); }
 QStringList MessageLog::messages() const
 {
     const std::lock_guard lock(mutex);
-    return collected;
+    QStringList texts;
+    for (const Message &message : collected)
+        texts.append(message.text);
+    return texts;
+}
+
+QStringList MessageLog::messages(QtMsgType type) const
+{
+    const std::lock_guard lock(mutex);
+    QStringList texts;
+    for (const Message &message : collected) {
+        if (message.type == type)
+            texts.append(message.text);
+    }
+    return texts;
 }
 
 } // namespace vellum::test

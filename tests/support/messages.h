@@ -17,6 +17,7 @@ public:
     ~MessageLog();
 
     QStringList messages() const;
+    QStringList messages(QtMsgType type) const; ///< Only those of \a type.
 
 private:
     QtMessageHandler m_previous;

@@ -1,0 +1,11 @@
+#include <plugins/recording/recorder.h>
+
+namespace vellum::test {
+
+Recorder &recorder()
+{
+    static Recorder recorder;
+    return recorder;
+}
+
+} // namespace vellum::test
