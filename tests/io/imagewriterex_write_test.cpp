@@ -436,6 +436,15 @@ TEST_F(WriterOf, OwnsOnlyTheFilesItOpenedByName)
     EXPECT_TRUE(lent);
 }
 
+TEST_F(WriterOf, OwnFileMayBeSetAgain)
+{
+    QImageWriterEx writer(path(QStringLiteral("a.png")));
+    writer.setDevice(writer.device());
+    EXPECT_EQ(writer.fileName(), path(QStringLiteral("a.png")));
+    EXPECT_TRUE(writer.write(image));
+    EXPECT_EQ(contentOf(path(QStringLiteral("a.png"))), "written");
+}
+
 TEST_F(WriterOf, HandlersAreDeletedWithTheWriter)
 {
     {

@@ -109,7 +109,8 @@ public:
     {
         handler.reset(); // it refers to the old device
         device = newDevice;
-        ownDevice = std::move(newOwnDevice);
+        if (newDevice != ownDevice.get())
+            ownDevice = std::move(newOwnDevice);
     }
 
     bool fail(QImageWriter::ImageWriterError newError, const QString &newErrorString)
