@@ -107,7 +107,10 @@ bool WriteSource::prepare(Encoding encoding)
         return m_vellum->hasSaveCmykTransform();
     }
     m_profile = profileFor(encoding);
-    if (m_vellum && !m_profile.isEmpty() && isManagedRgb(m_image.format()))
+    // A Vellum's pixels are sRGB, whatever its profile, unless its QColorSpace says that they are
+    // in the profile already.
+    const bool areInProfile = !m_vellum || m_image.colorSpace().iccProfile() == m_profile;
+    if (!m_profile.isEmpty() && !areInProfile && isManagedRgb(m_image.format()))
         prepareColors();
     return true;
 }

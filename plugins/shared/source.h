@@ -13,7 +13,8 @@ namespace vellum::plugin {
 /// Applies the one colour rule of all formats.
 ///
 /// RGB pixels of a Vellum are sRGB. With an RGB profile on the image they are converted to it, and
-/// it is embedded; without one, or with a profile of another colour space, nothing is embedded.
+/// it is embedded (as they are when the QColorSpace of the image is that profile: then they are in
+/// it already); without one, or with a profile of another colour space, nothing is embedded.
 /// Grey pixels, and those of formats that loading does not convert (indexed, one-bit, packed,
 /// premultiplied), are written as they are with the profile they carry. CMYK is written when the
 /// image is being saved as CMYK, with the CMYK profile. Pixels of a plain QImage are written as
