@@ -20,6 +20,7 @@
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
 #include <vellum/io/imagewriterex.h>
+#include <vellum/io/limits.h>
 #include <vellum/io/plugins.h>
 #include <vellum/io/readoptions.h>
 #include <vellum/scale/sampling.h>
