@@ -1,18 +1,20 @@
 #include <vellum/image/vellum.h>
 #include <vellum/io/imageplugins_p.h>
 #include <vellum/io/imagewriterex.h>
+#include <vellum/io/writehandler_p.h>
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QImageIOPlugin>
 #include <QVariant>
 
 #include <algorithm>
 
 using vellum::io::ImagePlugin;
 using vellum::io::imagePlugins;
-using vellum::io::pluginInstance;
+using vellum::io::makeWritingHandler;
+using vellum::io::passSettings;
+using vellum::io::WriteSettings;
 
 namespace {
 
@@ -51,16 +53,6 @@ QList<QByteArray> sortedOnce(QList<QByteArray> names)
     return names;
 }
 
-/// A handler of \a plugin's for \a format on \a device; null when it does not write that.
-std::unique_ptr<QImageIOHandler> writingHandler(const ImagePlugin &plugin, QIODevice *device,
-                                                const QByteArray &format)
-{
-    QImageIOPlugin *const instance = pluginInstance(plugin);
-    if (!instance || !(instance->capabilities(device, format) & QImageIOPlugin::CanWrite))
-        return nullptr;
-    return std::unique_ptr<QImageIOHandler>(instance->create(device, format));
-}
-
 QByteArray suffixOf(QIODevice *device)
 {
     const auto *const file = qobject_cast<QFile *>(device);
@@ -77,7 +69,7 @@ std::unique_ptr<QImageIOHandler> createHandler(QIODevice *device, const QByteArr
         const QString key = QString::fromLatin1(format);
         for (const ImagePlugin &plugin : plugins) {
             if (!key.isEmpty() && plugin.keys.contains(key)) {
-                handler = writingHandler(plugin, device, format);
+                handler = makeWritingHandler(plugin, device, format);
                 break;
             }
         }
@@ -85,7 +77,7 @@ std::unique_ptr<QImageIOHandler> createHandler(QIODevice *device, const QByteArr
     if (!format.isEmpty()) {
         // Asked even when the suffix has found one: the first that can write has precedence.
         for (const ImagePlugin &plugin : plugins) {
-            if (auto other = writingHandler(plugin, device, format)) {
+            if (auto other = makeWritingHandler(plugin, device, format)) {
                 handler = std::move(other);
                 break;
             }
@@ -152,23 +144,6 @@ public:
         return false;
     }
 
-    void passOptions() const
-    {
-        const auto pass = [this](QImageIOHandler::ImageOption option, const QVariant &value) {
-            if (handler->supportsOption(option))
-                handler->setOption(option, value);
-        };
-        pass(QImageIOHandler::Quality, quality);
-        pass(QImageIOHandler::CompressionRatio, compression);
-        pass(QImageIOHandler::Gamma, gamma);
-        if (!description.isEmpty())
-            pass(QImageIOHandler::Description, description);
-        if (!subType.isEmpty())
-            pass(QImageIOHandler::SubType, subType);
-        pass(QImageIOHandler::OptimizedWrite, optimizedWrite);
-        pass(QImageIOHandler::ProgressiveScanWrite, progressiveScanWrite);
-    }
-
     /// What the handler says of \a option, else \a stored.
     template <typename Value>
     Value reported(QImageIOHandler::ImageOption option, const Value &stored) const
@@ -182,14 +157,8 @@ public:
     QIODevice *device = nullptr;
     std::unique_ptr<QIODevice> ownDevice; // the device, when the writer made it
     std::unique_ptr<QImageIOHandler> handler; // made when first needed; goes before its device
-    int quality = -1;
-    int compression = -1;
-    float gamma = 0.0F;
-    QString description;
+    WriteSettings settings;
     QString text;
-    QByteArray subType;
-    bool optimizedWrite = false;
-    bool progressiveScanWrite = false;
     QImageIOHandler::Transformations transformation = QImageIOHandler::TransformationNone;
     QImageWriter::ImageWriterError error = QImageWriter::UnknownError;
     QString errorString = tr("Unknown error");
@@ -230,47 +199,53 @@ QString QImageWriterEx::fileName() const
     return file ? file->fileName() : QString();
 }
 
-void QImageWriterEx::setQuality(int quality) { d->quality = quality; }
-int QImageWriterEx::quality() const { return d->reported(QImageIOHandler::Quality, d->quality); }
-
-void QImageWriterEx::setCompression(int compression) { d->compression = compression; }
-int QImageWriterEx::compression() const
+void QImageWriterEx::setQuality(int quality) { d->settings.quality = quality; }
+int QImageWriterEx::quality() const
 {
-    return d->reported(QImageIOHandler::CompressionRatio, d->compression);
+    return d->reported(QImageIOHandler::Quality, d->settings.quality);
 }
 
-void QImageWriterEx::setGamma(float gamma) { d->gamma = gamma; }
+void QImageWriterEx::setCompression(int compression) { d->settings.compression = compression; }
+int QImageWriterEx::compression() const
+{
+    return d->reported(QImageIOHandler::CompressionRatio, d->settings.compression);
+}
+
+void QImageWriterEx::setGamma(float gamma) { d->settings.gamma = gamma; }
 float QImageWriterEx::gamma() const
 {
     // Not only of handlers that claim the option: this is how the size of the file comes back.
-    return d->handler ? d->handler->option(QImageIOHandler::Gamma).toFloat() : d->gamma;
+    return d->handler ? d->handler->option(QImageIOHandler::Gamma).toFloat() : d->settings.gamma;
 }
 
-void QImageWriterEx::setDescription(const QString &description) { d->description = description; }
+void QImageWriterEx::setDescription(const QString &description)
+{
+    d->settings.description = description;
+}
 QString QImageWriterEx::description() const
 {
-    return d->reported(QImageIOHandler::Description, d->description);
+    return d->reported(QImageIOHandler::Description, d->settings.description);
 }
 
-void QImageWriterEx::setSubType(const QByteArray &type) { d->subType = type; }
+void QImageWriterEx::setSubType(const QByteArray &type) { d->settings.subType = type; }
 QByteArray QImageWriterEx::subType() const
 {
-    return d->reported(QImageIOHandler::SubType, d->subType);
+    return d->reported(QImageIOHandler::SubType, d->settings.subType);
 }
 
-void QImageWriterEx::setOptimizedWrite(bool optimize) { d->optimizedWrite = optimize; }
+void QImageWriterEx::setOptimizedWrite(bool optimize) { d->settings.optimizedWrite = optimize; }
 bool QImageWriterEx::optimizedWrite() const
 {
-    return d->reported(QImageIOHandler::OptimizedWrite, d->optimizedWrite);
+    return d->reported(QImageIOHandler::OptimizedWrite, d->settings.optimizedWrite);
 }
 
 void QImageWriterEx::setProgressiveScanWrite(bool progressive)
 {
-    d->progressiveScanWrite = progressive;
+    d->settings.progressiveScanWrite = progressive;
 }
 bool QImageWriterEx::progressiveScanWrite() const
 {
-    return d->reported(QImageIOHandler::ProgressiveScanWrite, d->progressiveScanWrite);
+    return d->reported(QImageIOHandler::ProgressiveScanWrite, d->settings.progressiveScanWrite);
 }
 
 void QImageWriterEx::setTransformation(QImageIOHandler::Transformations transformation)
@@ -298,13 +273,13 @@ bool QImageWriterEx::write(const Vellum &image)
 {
     if (image.isNull())
         return d->fail(QImageWriter::InvalidImageError, Private::tr("Image is empty"));
-    const bool sizeOnly = d->gamma > kGreatestGamma;
+    const bool sizeOnly = d->settings.gamma > kGreatestGamma;
     if (!(sizeOnly ? d->ensureHandler() : d->canWriteLeavingNothing()))
         return false;
-    d->passOptions();
+    passSettings(*d->handler, d->settings);
     if (!d->handler->write(image))
         return false;
-    if (d->gamma < kSizeOnlyGamma) {
+    if (d->settings.gamma < kSizeOnlyGamma) {
         if (auto *const file = qobject_cast<QFile *>(d->device))
             file->flush();
     }
