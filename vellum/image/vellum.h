@@ -16,6 +16,7 @@
 class QImageReader;
 
 namespace vellum::image {
+class HeldAttachments;
 class RowStore;
 }
 
@@ -561,7 +562,10 @@ protected:
     Vellum mirrored_helper(bool horizontal, bool vertical) const; ///< Behind mirrored().
 
 private:
+    friend class vellum::image::HeldAttachments;
+
     void clear();
+    void swapAttachments(Vellum &other);
     bool isLastHolder() const;
     void partMetadata();
     template <typename Setter>

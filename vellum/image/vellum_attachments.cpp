@@ -1,9 +1,12 @@
 // Attachments: EXIF, layer records, layer groups and extra channels.
 
+#include <vellum/image/heldattachments_p.h>
 #include <vellum/image/vellum.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -124,3 +127,48 @@ QList<Vellum *> Vellum::getChannelsImage(bool to8Bit, bool freeData)
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface is fixed
 bool Vellum::setChannelsImage(QList<Vellum *>) { return false; }
+
+void Vellum::swapAttachments(Vellum &other)
+{
+    std::swap(m_exifData, other.m_exifData);
+    std::swap(m_psdLayerData, other.m_psdLayerData);
+    std::swap(m_colorSpaceFactory, other.m_colorSpaceFactory);
+    std::swap(m_layerGroup, other.m_layerGroup);
+    std::swap(m_channelsData, other.m_channelsData);
+    std::swap(m_channelCount, other.m_channelCount);
+    std::swap(m_channelBits, other.m_channelBits);
+    std::swap(m_channelsBytes, other.m_channelsBytes);
+    std::swap(m_offsetX, other.m_offsetX);
+    std::swap(m_offsetY, other.m_offsetY);
+}
+
+namespace vellum::image {
+
+HeldAttachments::HeldAttachments(Vellum &image) { m_holder.swapAttachments(image); }
+
+HeldAttachments::~HeldAttachments()
+{
+    m_holder.freeChannelsData(); // the destructor releases all else
+}
+
+void HeldAttachments::giveTo(Vellum &image)
+{
+    const HeldAttachments old(image);
+    m_holder.swapAttachments(image);
+}
+
+void HeldAttachments::dropChannels() { m_holder.freeChannelsData(); }
+
+void copyExif(Vellum &to, const Vellum &from)
+{
+    const ExifData *const exif = const_cast<Vellum &>(from).getExifData();
+    if (!exif || exif->size <= 0 || !exif->data)
+        return;
+    auto *const bytes = static_cast<char *>(std::malloc(size_t(exif->size)));
+    if (!bytes)
+        return;
+    std::memcpy(bytes, exif->data, size_t(exif->size));
+    to.setExifData(bytes, exif->size);
+}
+
+} // namespace vellum::image

@@ -27,10 +27,10 @@ QString lengthFault(qint64 actual, qint64 expected)
     return QStringLiteral("it has %1 bytes where the header asks for %2").arg(actual).arg(expected);
 }
 
-/// Why \a words are not exactly the rows of an image; empty when they are.
-QString runLengthFault(WordReader &words, qint64 rows, qint64 bytesPerRow)
+/// Why \a words are not exactly the rows of an image; empty when they are. \a y becomes the number
+/// of rows that are whole.
+QString runLengthFault(WordReader &words, qint64 rows, qint64 bytesPerRow, qint64 &y)
 {
-    qint64 y = 0;
     qint64 x = 0;
     quint32 word = 0;
     while (words.next(word)) {
@@ -62,14 +62,17 @@ QString runLengthFault(WordReader &words, qint64 rows, qint64 bytesPerRow)
 }
 
 /// Why what follows the headers at \a start is not exactly what they state; empty when it is.
-QString dataFault(QIODevice &device, qint64 start, const HrleInfoHeader &info)
+/// \a wholeRows becomes the number of rows that are there.
+QString dataFault(QIODevice &device, qint64 start, const HrleInfoHeader &info, qint64 &wholeRows)
 {
     const qint64 length = device.size() - start;
     const qint64 data = dataStart(info);
     if (info.informationHeaderSize < kInfoHeaderBytes)
         return QStringLiteral("the pixels would begin inside the header");
-    if (info.compression == RawRows)
+    if (info.compression == RawRows) {
+        wholeRows = qBound<qint64>(0, (length - data) / rowBytes(info), rowCount(info));
         return lengthFault(length, data + rowCount(info) * rowBytes(info));
+    }
     if (info.compression != RunLength)
         return QStringLiteral("its compression is unknown");
     if (length < data + kCountBytes || !device.seek(start + data))
@@ -77,13 +80,15 @@ QString dataFault(QIODevice &device, qint64 start, const HrleInfoHeader &info)
     const std::optional<quint32> count = readCount(device);
     if (!count)
         return QStringLiteral("its run-length data cannot be read");
+    const qint64 available = length - data - kCountBytes;
+    WordReader words(device, quint32(qMin<qint64>(available, *count)));
+    const QString rowFault = runLengthFault(words, rowCount(info), rowBytes(info), wholeRows);
     const QString fault = lengthFault(length, data + kCountBytes + *count);
     if (!fault.isEmpty())
         return fault;
     if (*count % 4 != 0)
         return QStringLiteral("its run-length data does not end with a whole word");
-    WordReader words(device, *count);
-    return runLengthFault(words, rowCount(info), rowBytes(info));
+    return rowFault;
 }
 
 } // namespace
@@ -116,7 +121,9 @@ HrleCheck checkHrle(QIODevice &device)
     check.width = info.width;
     check.height = int(rowCount(info));
     check.compressed = info.compression == RunLength;
-    check.reason = dataFault(device, start, info);
+    qint64 wholeRows = 0;
+    check.reason = dataFault(device, start, info, wholeRows);
+    check.rows = int(wholeRows);
     check.status = check.reason.isEmpty() ? HrleCheck::Complete : HrleCheck::Damaged;
     return check;
 }

@@ -23,6 +23,7 @@ struct HrleCheck
     QString reason; ///< one clause for a person, in English; empty when complete
     int width = 0; ///< in pixels; 0 unless complete or damaged
     int height = 0; ///< in pixels, never negative; 0 unless complete or damaged
+    int rows = 0; ///< that are there whole: from the top when compressed, else from the bottom
     bool compressed = false; ///< run-length data; false unless complete or damaged
 };
 

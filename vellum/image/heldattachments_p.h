@@ -1,0 +1,37 @@
+// What belongs to an image object, carried from one to another.
+#pragma once
+
+#include <vellum/image/vellum.h>
+
+#include <memory>
+
+namespace vellum::image {
+
+/// Attachments taken out of an image: EXIF, layer record and groups, extra channels, the pointer
+/// to a colour-space factory, and the placement offset.
+///
+/// An assignment to an image forgets what is attached to it. Take it out before, and give it back
+/// to whatever has the pixels in the end; what is not given back is released.
+class HeldAttachments
+{
+    Q_DISABLE_COPY(HeldAttachments)
+
+public:
+    /// Leaves \a image without attachments.
+    explicit HeldAttachments(Vellum &image);
+    ~HeldAttachments();
+
+    /// Puts them on \a image; what it had is released.
+    void giveTo(Vellum &image);
+
+    /// Releases the extra channels, which no longer fit the picture.
+    void dropChannels();
+
+private:
+    Vellum m_holder; // without pixels
+};
+
+/// A copy of the EXIF data of \a from for \a to, which is to have no attachments yet.
+void copyExif(Vellum &to, const Vellum &from);
+
+} // namespace vellum::image
