@@ -16,11 +16,15 @@
 #include <vellum/image/rowblocks.h>
 #include <vellum/image/storage.h>
 #include <vellum/image/vellum.h>
+#include <vellum/io/filestatus.h>
+#include <vellum/io/handleroptions.h>
 #include <vellum/io/hrlecheck.h>
 #include <vellum/io/hrlehandler.h>
 #include <vellum/io/hrleheader.h>
 #include <vellum/io/imagewriterex.h>
 #include <vellum/io/limits.h>
+#include <vellum/io/openimage.h>
+#include <vellum/io/picturefile.h>
 #include <vellum/io/plugins.h>
 #include <vellum/io/readoptions.h>
 #include <vellum/scale/sampling.h>

@@ -4,6 +4,7 @@
 #include "shared/decoder.h"
 #include "shared/encoder.h"
 #include "shared/readplan.h"
+#include <vellum/io/handleroptions.h>
 
 #include <QImageIOHandler>
 #include <QLoggingCategory>
@@ -12,17 +13,6 @@
 #include <memory>
 
 namespace vellum::plugin {
-
-/// \name Options beyond those of QImageIOHandler, for option() only
-/// Who reads through a handler of his own (QImageIOPlugin::create()) can ask these afterwards;
-/// QImageReader does not pass them on.
-/// @{
-
-/// int: rows of the last read's result that are complete, counted in the order of the file.
-constexpr auto kRowsRead = QImageIOHandler::ImageOption(31); // the last value the type can hold
-/// qint64: the size in bytes that the last write for the size only found, exactly; see Gamma.
-constexpr auto kEncodedSize = QImageIOHandler::ImageOption(30);
-/// @}
 
 /// A format subclasses this and supplies a decoder and an encoder.
 ///

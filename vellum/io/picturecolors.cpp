@@ -1,0 +1,172 @@
+#include <vellum/color/convertcolors.h>
+#include <vellum/color/lcmsmanager.h>
+#include <vellum/color/profilesources_p.h>
+#include <vellum/convert/convert.h>
+#include <vellum/io/picturecolors_p.h>
+
+#include <QColorSpace>
+
+#include <cmath>
+
+namespace vellum::io {
+
+namespace {
+
+bool isGrey(QImage::Format format)
+{
+    return format == QImage::Format_Grayscale8 || format == QImage::Format_Grayscale16;
+}
+
+bool hasPalette(const Vellum &image)
+{
+    return image.depth() == 1 || image.format() == QImage::Format_Indexed8;
+}
+
+bool hasWideChannels(const Vellum &image)
+{
+    switch (image.format()) {
+    case QImage::Format_Grayscale16:
+    case QImage::Format_BGR30:
+    case QImage::Format_A2BGR30_Premultiplied:
+    case QImage::Format_RGB30:
+    case QImage::Format_A2RGB30_Premultiplied:
+        return true;
+    default:
+        return image.depth() == 64;
+    }
+}
+
+/// True for sRGB, and for the gamma of 2.2 that PNG files state in its stead.
+bool isSrgb(const QColorSpace &space)
+{
+    if (space == QColorSpace(QColorSpace::SRgb))
+        return true;
+    return space.primaries() == QColorSpace::Primaries::SRgb &&
+        space.transferFunction() == QColorSpace::TransferFunction::Gamma &&
+        std::abs(space.gamma() - 2.2F) < 0.01F;
+}
+
+cmsColorSpaceSignature spaceOf(const QByteArray &profile)
+{
+    if (profile.isEmpty())
+        return cmsSigRgbData;
+    const color::Profile opened = color::openProfile(profile);
+    return opened ? cmsGetColorSpace(opened.get()) : cmsColorSpaceSignature(0);
+}
+
+/// A format for colours of an RGB profile (or of a grey one, with \a grey) that loses nothing of
+/// \a image.
+QImage::Format convertibleFormat(const Vellum &image, bool grey)
+{
+    const QImage::Format format = image.format();
+    const bool wide = hasWideChannels(image);
+    if (grey)
+        return wide ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8;
+    if (CVlLcmsManager::toLcmsFormat(format) != 0 && !isGrey(format))
+        return format;
+    if (image.hasAlphaChannel())
+        return wide ? QImage::Format_RGBA64 : QImage::Format_ARGB32;
+    return wide ? QImage::Format_RGBX64 : QImage::Format_RGB32;
+}
+
+/// Replaces \a image by what \a operation makes of it while it is watched.
+template <typename Operation>
+bool replace(Vellum &image, JobProgress &progress, Operation operation)
+{
+    const ProgressGuard guard = progress.watch(image);
+    image = operation(image);
+    return !image.isNull();
+}
+
+bool toFormat(Vellum &image, QImage::Format format, JobProgress &progress)
+{
+    if (image.format() == format)
+        return true;
+    return replace(image, progress, [format](const Vellum &in) { return converted(in, format); });
+}
+
+/// Converts the entries of the palette of \a image, as one row of opaque pixels.
+template <typename Convert>
+ColorOutcome convertPalette(Vellum &image, JobProgress &progress, Convert convert)
+{
+    QVector<QRgb> colors = image.colorTable();
+    if (colors.isEmpty())
+        return ColorOutcome::Impossible;
+    Vellum row(colors.size(), 1, QImage::Format_RGB32);
+    for (int i = 0; i < colors.size(); ++i)
+        reinterpret_cast<QRgb *>(row.scanLineEx(0))[i] = colors.at(i) | 0xff000000;
+    if (row.isGrayscale())
+        row = converted(row, QImage::Format_Grayscale8);
+    const ColorOutcome outcome = convert(row);
+    if (outcome != ColorOutcome::Done)
+        return outcome;
+    if (!toFormat(row, QImage::Format_RGB32, progress))
+        return ColorOutcome::Failed;
+    const auto *const converted = reinterpret_cast<const QRgb *>(row.scanLineEx(0));
+    for (int i = 0; i < colors.size(); ++i)
+        colors[i] = (converted[i] & 0x00ffffff) | (colors.at(i) & 0xff000000);
+    image.setColorTable(colors);
+    return ColorOutcome::Done;
+}
+
+ColorOutcome convertPixels(Vellum &image, const QByteArray &from, const QByteArray &to,
+                           JobProgress &progress)
+{
+    const bool fromGrey = from.isEmpty() ? isGrey(image.format()) : spaceOf(from) == cmsSigGrayData;
+    if (fromGrey && !isGrey(image.format()))
+        return ColorOutcome::Impossible;
+    const QImage::Format format = convertibleFormat(image, fromGrey);
+    const Vellum sample = converted(image.copy(0, 0, 1, 1), format);
+    if (convertColors(sample, from, to).isNull())
+        return ColorOutcome::Impossible;
+    const bool done = toFormat(image, format, progress) &&
+        replace(image, progress, [&](const Vellum &in) { return convertColors(in, from, to); });
+    return done ? ColorOutcome::Done : ColorOutcome::Failed;
+}
+
+} // namespace
+
+QByteArray fileProfile(const Vellum &image)
+{
+    const QByteArray own = image.getIccProfile();
+    if (!own.isEmpty())
+        return isSrgb(QColorSpace::fromIccProfile(own)) ? QByteArray() : own;
+    const QColorSpace space = image.colorSpace();
+    return isSrgb(space) ? QByteArray() : space.iccProfile();
+}
+
+ColorOutcome toSrgb(Vellum &image, const QByteArray &profile, JobProgress &progress)
+{
+    const QImage::Format format = image.format();
+    ColorOutcome outcome = ColorOutcome::Impossible;
+    if (hasPalette(image)) {
+        outcome = convertPalette(image, progress,
+                                 [&](Vellum &row) { return toSrgb(row, profile, progress); });
+    } else {
+        outcome = convertPixels(image, profile, {}, progress);
+        if (outcome == ColorOutcome::Done && isGrey(format) && !toFormat(image, format, progress))
+            outcome = ColorOutcome::Failed;
+    }
+    if (outcome == ColorOutcome::Done) {
+        image.setIccProfile(profile);
+        image.setColorSpace(QColorSpace::SRgb);
+    }
+    return outcome;
+}
+
+ColorOutcome toProfile(Vellum &image, const QByteArray &from, const QByteArray &to,
+                       JobProgress &progress)
+{
+    const auto convert = [&](Vellum &pixels) { return convertPixels(pixels, from, to, progress); };
+    // The palette of a grey picture would not be one of its colours.
+    const ColorOutcome outcome = hasPalette(image) && spaceOf(to) == cmsSigRgbData
+        ? convertPalette(image, progress, convert)
+        : convert(image);
+    if (outcome == ColorOutcome::Done) {
+        image.setIccProfile(to);
+        image.setColorSpace(QColorSpace::fromIccProfile(to));
+    }
+    return outcome;
+}
+
+} // namespace vellum::io

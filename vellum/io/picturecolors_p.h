@@ -1,0 +1,34 @@
+// Colours of whole pictures of any format, palettes included.
+#pragma once
+
+#include <vellum/image/vellum.h>
+#include <vellum/io/filestatus.h>
+#include <vellum/io/jobprogress_p.h>
+
+#include <QByteArray>
+
+namespace vellum::io {
+
+/// The profile of the picture's file: the image's own, else the one that Qt's decoder found. Empty
+/// when there is none, or when it says no more than sRGB.
+[[nodiscard]] QByteArray fileProfile(const Vellum &image);
+
+/// What became of a change of colours.
+enum class ColorOutcome {
+    Done,
+    Impossible, ///< the profile is damaged or does not fit the pixels; the image is as it was
+    Failed, ///< memory ran out or the job was cancelled; the image is null
+};
+
+/// Converts \a image from \a profile to sRGB. Palettes keep their format and grey pixels stay
+/// grey; formats that lcms2 does not know become ARGB32, RGB32, RGBA64 or RGBX64.
+///
+/// The profile that the image carries stays \a profile; its QColorSpace becomes sRGB.
+[[nodiscard]] ColorOutcome toSrgb(Vellum &image, const QByteArray &profile, JobProgress &progress);
+
+/// Converts \a image from the profile \a from (empty: sRGB) to the profile \a to, which it
+/// carries from then on. Grey pixels become coloured ones unless \a to is grey.
+[[nodiscard]] ColorOutcome toProfile(Vellum &image, const QByteArray &from, const QByteArray &to,
+                                     JobProgress &progress);
+
+} // namespace vellum::io
