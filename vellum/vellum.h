@@ -27,6 +27,7 @@
 #include <vellum/io/picturefile.h>
 #include <vellum/io/plugins.h>
 #include <vellum/io/readoptions.h>
+#include <vellum/io/saveimage.h>
 #include <vellum/scale/sampling.h>
 #include <vellum/scale/scale.h>
 #include <vellum/scale/scalecrop.h>

@@ -34,7 +34,8 @@ QList<ImagePlugin> imagePlugins()
         const QJsonObject metaData = entry.value(QLatin1String("MetaData")).toObject();
         plugins.append({plugins.size(), strings(metaData.value(QLatin1String("Keys"))),
                         strings(metaData.value(QLatin1String("MimeTypes"))),
-                        metaData.value(QLatin1String("Vellum")).toBool()});
+                        metaData.value(QLatin1String("Vellum")).toBool(),
+                        metaData.value(QLatin1String("VellumPages")).toBool()});
     }
     return plugins;
 }

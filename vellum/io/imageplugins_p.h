@@ -15,6 +15,7 @@ struct ImagePlugin
     QStringList keys; ///< format names
     QStringList mimeTypes; ///< one per key
     bool knowsVellum; ///< metadata "Vellum": true: it fills and reads a Vellum, big ones too
+    bool writesChains; ///< metadata "VellumPages": true: it writes the images linked to one, too
 };
 
 /// All plugins in the folders "imageformats" of the application's library paths, in the order in

@@ -1,0 +1,286 @@
+#include <vellum/convert/convert.h>
+#include <vellum/io/encoding_p.h>
+#include <vellum/io/hrlehandler.h>
+#include <vellum/io/limitcheck_p.h>
+#include <vellum/io/picturecolors_p.h>
+#include <vellum/io/writehandler_p.h>
+
+#include <QColorSpace>
+#include <QDataStream>
+#include <QImageWriter>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace vellum::io {
+
+namespace {
+
+constexpr qint64 kMostHrlePixels = 1073741824; // its readers refuse more
+constexpr int kWidestHrleRow = 16777212; // a run's length has 24 bits, and rows are padded to 4
+
+SaveResult stepFailure(const JobProgress &progress)
+{
+    if (progress.isCancelled())
+        return saveFailure(FileStatus::Cancelled, QStringLiteral("cancelled"));
+    return saveFailure(FileStatus::OutOfMemory,
+                       QStringLiteral("not enough memory for the picture"));
+}
+
+QString hrleFault(const QSize &size)
+{
+    if (size.width() > kWidestHrleRow) {
+        return QStringLiteral("%1 pixels are more than a row of .hrle can hold").arg(size.width());
+    }
+    if (qint64(size.width()) * size.height() > kMostHrlePixels) {
+        return QStringLiteral("%1 x %2 pixels are more than the %3 that .hrle can hold")
+            .arg(size.width())
+            .arg(size.height())
+            .arg(kMostHrlePixels);
+    }
+    return {};
+}
+
+/// Bytes of a row that pixels take; the rest is padding.
+size_t usedBytes(const Vellum &image)
+{
+    return size_t((qint64(image.width()) * image.depth() + 7) / 8);
+}
+
+bool hasCleanPadding(const Vellum &image)
+{
+    const size_t used = usedBytes(image);
+    const auto all = size_t(image.storedBytesPerLine());
+    const auto isZero = [](uchar byte) { return byte == 0; };
+    for (int y = 0; used < all && y < image.height(); ++y) {
+        const uchar *const row = image.scanLineEx(y);
+        if (row && !std::all_of(row + used, row + all, isZero))
+            return false;
+    }
+    return true;
+}
+
+/// Clears the padding, in which decoders leave anything: some kinds of file hold it.
+bool cleanPadding(Vellum &image)
+{
+    if (hasCleanPadding(image))
+        return true;
+    if (image.isBigImage()) // others may share the rows; those of a plain image part by themselves
+        image = converted(image, image.format());
+    const size_t used = usedBytes(image);
+    for (int y = 0; y < image.height(); ++y) {
+        uchar *const row = image.scanLineEx(y);
+        if (!row)
+            return false;
+        std::memset(row + used, 0, size_t(image.storedBytesPerLine()) - used);
+    }
+    return !image.isNull();
+}
+
+ColorOutcome convertColors(Vellum &image, const SaveOptions &options, JobProgress &progress)
+{
+    const QByteArray own =
+        options.colors == PixelColors::FileOwn ? image.getIccProfile() : QByteArray();
+    if (options.cmyk) {
+        const ColorOutcome outcome =
+            own.isEmpty() ? ColorOutcome::Done : toSrgb(image, own, progress);
+        image.setIccProfile({}); // the plugin embeds that of the press
+        return outcome;
+    }
+    if (!options.profile.isEmpty())
+        return toProfile(image, own, options.profile, progress);
+    if (options.colors == PixelColors::Srgb && !image.getIccProfile().isEmpty())
+        image.setIccProfile({}); // not that of the pixels
+    return ColorOutcome::Done;
+}
+
+/// Has QColorSpace, which is what Qt's encoders embed, say the same as the profile.
+void matchColorSpace(Vellum &image)
+{
+    const QByteArray profile = image.getIccProfile();
+    const QColorSpace space = image.colorSpace();
+    if (profile.isEmpty() ? !space.isValid() || fileProfile(image).isEmpty()
+                          : space.iccProfile() == profile)
+        return; // setting it copies the pixels of a plain image that is shared
+    image.setColorSpace(profile.isEmpty() ? QColorSpace() : QColorSpace::fromIccProfile(profile));
+}
+
+using Guards = std::vector<std::unique_ptr<ProgressGuard>>;
+
+/// Watches \a head and the images linked behind it, each as an equal part.
+Guards watchChain(Vellum &head, JobProgress &progress)
+{
+    std::vector<Vellum *> pages;
+    for (Vellum *page = &head; page; page = page->getNextImage())
+        pages.push_back(page);
+    Guards guards;
+    const auto count = int(pages.size());
+    for (int i = 0; i < count; ++i) {
+        guards.emplace_back(new ProgressGuard(
+            progress.watch(*pages[size_t(i)], ProgressGuard::Positions::Rows, i, count)));
+    }
+    return guards;
+}
+
+SaveResult encodeHrle(Vellum &image, QIODevice &device, JobProgress &progress)
+{
+    const ProgressGuard guard = progress.watch(image);
+    QDataStream stream(&device);
+    if (HrleHandler().writeStream(stream, image) && stream.status() == QDataStream::Ok)
+        return {};
+    return saveFailure(FileStatus::NotWritten, QStringLiteral("the picture cannot be written"));
+}
+
+SaveResult encodeWithPlugin(Vellum &image, const Encoder &encoder, QIODevice &device,
+                            const SaveOptions &options, JobProgress &progress)
+{
+    const auto handler = makeWritingHandler(encoder.plugin, &device, encoder.format);
+    if (!handler)
+        return saveFailure(FileStatus::NotAPicture, QStringLiteral("its plugin cannot be used"));
+    handler->setDevice(&device);
+    handler->setFormat(encoder.format);
+    WriteSettings settings;
+    settings.quality = options.quality;
+    settings.compression = options.compression;
+    settings.subType = options.subType;
+    settings.optimizedWrite = options.optimized;
+    settings.progressiveScanWrite = options.progressive;
+    passSettings(*handler, settings);
+    if (options.cmyk)
+        image.rePrepareSaveCmyk(image.format());
+
+    const auto guards = watchChain(image, progress);
+    if (handler->write(image))
+        return {};
+    return saveFailure(FileStatus::NotWritten, QStringLiteral("the picture cannot be written"));
+}
+
+SaveResult encodeWithQt(const Vellum &image, const Encoder &encoder, QIODevice &device,
+                        const SaveOptions &options)
+{
+    QImageWriter writer(&device, encoder.format);
+    writer.setQuality(options.quality);
+    writer.setCompression(options.compression);
+    writer.setSubType(options.subType);
+    writer.setOptimizedWrite(options.optimized);
+    writer.setProgressiveScanWrite(options.progressive);
+    if (writer.write(image))
+        return {};
+    return saveFailure(FileStatus::NotWritten, writer.errorString());
+}
+
+} // namespace
+
+SaveResult saveFailure(FileStatus status, const QString &message)
+{
+    SaveResult result;
+    result.status = status;
+    result.message = message;
+    return result;
+}
+
+Encoder findEncoder(const QByteArray &format, QIODevice &device)
+{
+    Encoder encoder;
+    encoder.format = format.toLower();
+    if (encoder.format == "hrle") {
+        encoder.kind = Encoder::Hrle;
+        return encoder;
+    }
+    const QList<ImagePlugin> plugins = imagePlugins();
+    const QString key = QString::fromLatin1(encoder.format);
+    for (const bool knowsVellum : {true, false}) {
+        for (const ImagePlugin &plugin : plugins) {
+            // Asking the others too would load them all.
+            if (plugin.knowsVellum != knowsVellum || !plugin.keys.contains(key) ||
+                !makeWritingHandler(plugin, &device, encoder.format))
+                continue;
+            encoder.kind = Encoder::Plugin;
+            encoder.plugin = plugin;
+            return encoder;
+        }
+    }
+    if (QImageWriter::supportedImageFormats().contains(encoder.format))
+        encoder.kind = Encoder::Qt;
+    return encoder;
+}
+
+SaveResult makeReady(Vellum &image, const Encoder &encoder, const SaveOptions &options,
+                     JobProgress &progress)
+{
+    if (image.isNull())
+        return saveFailure(FileStatus::NotAPicture, QStringLiteral("there is no picture to save"));
+    if (encoder.kind == Encoder::None) {
+        return saveFailure(FileStatus::NotAPicture,
+                           encoder.format.isEmpty()
+                               ? QStringLiteral("its kind of file is not known")
+                               : QStringLiteral("files of kind %1 cannot be written")
+                                     .arg(QString::fromLatin1(encoder.format)));
+    }
+    if (options.cmyk && (encoder.kind != Encoder::Plugin || !options.profile.isEmpty())) {
+        return saveFailure(FileStatus::NotAPicture,
+                           QStringLiteral("its kind of file holds no CMYK, or a profile is asked "
+                                          "for beside it"));
+    }
+    if (encoder.kind == Encoder::Hrle) {
+        const QString fault = hrleFault(image.size());
+        if (!fault.isEmpty())
+            return saveFailure(FileStatus::OverLimit, fault);
+    }
+
+    switch (convertColors(image, options, progress)) {
+    case ColorOutcome::Done:
+        break;
+    case ColorOutcome::Impossible:
+        return saveFailure(FileStatus::NotWritten,
+                           QStringLiteral("its colours cannot be converted to the profile"));
+    case ColorOutcome::Failed:
+        return stepFailure(progress);
+    }
+
+    const bool big = image.isBigImage() && encoder.knowsVellum();
+    const QImage::Format format =
+        encoder.kind == Encoder::Hrle ? QImage::Format_Grayscale8 : image.format();
+    if (format != image.format() || big != image.isBigImage()) {
+        const Limits limits = options.limits.value_or(defaultLimits());
+        const QString excess = big ? QString() : limitFault(image.size(), format, limits);
+        if (!excess.isEmpty()) {
+            return saveFailure(FileStatus::OverLimit,
+                               QStringLiteral("files of kind %1 are written from one block of "
+                                              "memory, but %2")
+                                   .arg(QString::fromLatin1(encoder.format), excess));
+        }
+        const ProgressGuard guard = progress.watch(image);
+        image = converted(image, format, Qt::AutoColor, big ? Storage::Big : Storage::Plain);
+    }
+    if (!image.isNull())
+        matchColorSpace(image);
+    const bool rowsAsTheyAre = encoder.kind != Encoder::Plugin;
+    const bool ready = !image.isNull() && (!rowsAsTheyAre || cleanPadding(image));
+    return ready ? SaveResult() : stepFailure(progress);
+}
+
+SaveResult encode(Vellum &image, const Encoder &encoder, QIODevice &device,
+                  const SaveOptions &options, JobProgress &progress)
+{
+    SaveResult result;
+    switch (encoder.kind) {
+    case Encoder::Hrle:
+        result = encodeHrle(image, device, progress);
+        break;
+    case Encoder::Plugin:
+        result = encodeWithPlugin(image, encoder, device, options, progress);
+        break;
+    case Encoder::Qt:
+    case Encoder::None:
+        result = encodeWithQt(image, encoder, device, options);
+        break;
+    }
+    if (progress.isCancelled())
+        return stepFailure(progress);
+    return result;
+}
+
+} // namespace vellum::io
