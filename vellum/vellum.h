@@ -24,6 +24,7 @@
 #include <vellum/io/imagewriterex.h>
 #include <vellum/io/limits.h>
 #include <vellum/io/openimage.h>
+#include <vellum/io/pages.h>
 #include <vellum/io/picturefile.h>
 #include <vellum/io/plugins.h>
 #include <vellum/io/readoptions.h>

@@ -53,7 +53,9 @@ RecordingHandler::~RecordingHandler()
 
 Call RecordingHandler::call(Asked asked) const
 {
-    return makeCall(m_plugin, asked, device(), format());
+    Call made = makeCall(m_plugin, asked, device(), format());
+    made.page = m_page;
+    return made;
 }
 
 bool RecordingHandler::canRead() const { return holdsTestImage(device()); }
@@ -102,6 +104,14 @@ bool RecordingHandler::supportsOption(ImageOption option) const
     made.option = option;
     recorder().calls.push_back(made);
     return m_behaviour.options.contains(option);
+}
+
+bool RecordingHandler::jumpToImage(int page)
+{
+    if (page < 0 || page >= m_behaviour.pages)
+        return false;
+    m_page = page;
+    return true;
 }
 
 QImageIOPlugin::Capabilities recordedCapabilities(const char *name, const Behaviour &behaviour,

@@ -21,6 +21,8 @@ public:
     QVariant option(ImageOption option) const override;
     void setOption(ImageOption option, const QVariant &value) override;
     bool supportsOption(ImageOption option) const override;
+    int imageCount() const override { return m_behaviour.pages; }
+    bool jumpToImage(int page) override;
 
 private:
     Call call(Asked asked) const;
@@ -28,6 +30,7 @@ private:
     const char *m_plugin;
     const Behaviour &m_behaviour;
     QMap<int, QVariant> m_set;
+    int m_page = 0;
 };
 
 /// Answers of the plugin \a name, recorded.

@@ -33,6 +33,7 @@ struct Call
 
     // Read and Write: the image, and what it said of itself when it is a Vellum.
     const QImage *image = nullptr;
+    int page = 0; ///< that the handler has gone to
     bool isVellum = false;
     bool isBig = false;
     QSize size;
@@ -50,6 +51,7 @@ struct Behaviour
     QList<QByteArray> writes; ///< formats that it says it can write, whatever its keys
     QList<int> options; ///< supported ones
     QMap<int, QVariant> values; ///< of options; those not in here are as they were set
+    int pages = 1; ///< in every file
     std::function<bool(QImage *)> read; ///< fails when there is none
     std::function<bool(const QImage &, QIODevice *)>
         write; ///< when there is none, writes "written"
