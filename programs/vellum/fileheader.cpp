@@ -75,13 +75,4 @@ Resolution statedResolution(QIODevice &file)
     return stated.x > 0 && stated.y > 0 ? stated : Resolution();
 }
 
-bool isCutShort(QIODevice &file)
-{
-    if (file.isSequential())
-        return false;
-    const QByteArray head = file.peek(6);
-    return head.size() == 6 && head.startsWith("BM") &&
-        qFromLittleEndian<quint32>(head.constData() + 2) > file.size();
-}
-
 } // namespace vellum::tool

@@ -16,7 +16,4 @@ struct Resolution
 /// place when there is none.
 Resolution statedResolution(QIODevice &file);
 
-/// True for a BMP file shorter than it says it is: Qt reads those without an error.
-bool isCutShort(QIODevice &file);
-
 } // namespace vellum::tool

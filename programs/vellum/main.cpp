@@ -3,6 +3,7 @@
 #include "datafolder.h"
 #include "failure.h"
 #include "messages.h"
+#include <vellum/io/limits.h>
 
 #include <vellum/io/plugins.h>
 
@@ -24,11 +25,28 @@ int explain(const CLI::App &app, const CLI::ParseError &error)
     return UsageError;
 }
 
+void addLimitOption(CLI::App &app)
+{
+    const auto limit = [](const std::string &text) {
+        const auto limits = vellum::parsedLimits(QLatin1String("memory=") + fromShell(text),
+                                                 vellum::defaultLimits());
+        if (!limits)
+            throw CLI::ValidationError("--memory-limit", "'" + text + "' is not like 800M or 4G");
+        vellum::setDefaultLimits(*limits);
+    };
+    app.add_option_function<std::string>(
+           "--memory-limit", limit,
+           "Most memory for the pixels of a picture, such as 4G, or none. Half of what the\n"
+           "machine has is the default, and VELLUM_LIMITS sets another (memory=4G)")
+        ->type_name("SIZE");
+}
+
 int runCommand(int argc, char **argv)
 {
     CLI::App app("Very large pictures: look at them, convert, scale, turn and cut them.", "vellum");
     app.set_version_flag("--version", "vellum " VELLUM_VERSION);
     app.require_subcommand(0, 1); // that one is needed is said below, in plainer words
+    addLimitOption(app);
     app.footer("Example:\n"
                "  vellum convert photo.jpg photo.hrle\n\n"
                "Exit codes: 0 done, 1 wrong usage, 2 an input cannot be read,\n"

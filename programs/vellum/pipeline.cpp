@@ -56,7 +56,7 @@ void Pipeline::checkFits(const QSize &size) const { tool::checkFits(m_kind, size
 Vellum Pipeline::read()
 {
     begin("read", kReadEnd);
-    Vellum picture = m_reader.read(m_progress);
+    Vellum picture = m_reader.read(m_progress, m_storage);
     tell(m_inName, "read", picture);
     return picture;
 }

@@ -2,12 +2,8 @@
 
 #include "cancel.h"
 #include "failure.h"
-#include "fileheader.h"
 #include "messages.h"
 #include "progress.h"
-
-#include <QFile>
-#include <QImageReader>
 
 namespace vellum::tool {
 
@@ -28,36 +24,16 @@ QString incompleteness(const QStringList &warnings)
 
 bool isHrleName(const QString &fileName) { return fileName.endsWith(QLatin1String(".hrle")); }
 
-/// Tells how much of it has been read, and fails once the user has cancelled: a decoder has no
-/// other way to show progress or to be stopped.
-class PictureReader::InputFile : public QFile
-{
-public:
-    using QFile::QFile;
-
-    Progress *progress = nullptr;
-
-protected:
-    qint64 readData(char *data, qint64 size) override
-    {
-        if (cancelFlag())
-            return -1;
-        if (progress && !isSequential())
-            progress->reportPart(pos(), this->size());
-        return QFile::readData(data, size);
-    }
-};
-
 PictureReader::PictureReader(const QString &fileName) : m_fileName(fileName)
 {
     NoForcedEnd().setCurrentFile(fileName);
-    if (isHrleName(fileName))
-        openHrle();
-    else
-        openOther();
+    const WarningLog log;
+    m_file.emplace(fileName);
+    if (!m_file->result())
+        fail(m_file->result().message);
+    const PictureInfo &info = m_file->info();
+    m_header = {QString::fromLatin1(info.kind), info.size, info.format};
 }
-
-PictureReader::~PictureReader() = default;
 
 void PictureReader::fail(const QString &reason) const
 {
@@ -66,54 +42,29 @@ void PictureReader::fail(const QString &reason) const
     throw Failure(InputError, m_fileName, reason);
 }
 
-void PictureReader::openHrle()
+Vellum PictureReader::read(Progress &progress, Storage storage)
 {
-    const HrleCheck check = checkHrle(m_fileName);
-    if (check.status != HrleCheck::Complete)
-        fail(check.reason);
-    m_header = {QStringLiteral("hrle"), {check.width, check.height}, QImage::Format_Grayscale8};
-}
-
-void PictureReader::openOther()
-{
-    m_file = std::make_unique<InputFile>(m_fileName);
-    if (!m_file->open(QIODevice::ReadOnly))
-        fail(m_file->errorString());
-    if (isCutShort(*m_file))
-        fail(QStringLiteral("the file is damaged or cut short"));
-
+    OpenOptions options;
+    options.format = OpenedFormat::AsDecoded;
+    options.colors = PixelColors::FileOwn;
+    if (storage != Storage::Auto)
+        options.storage = storage == Storage::Big ? vellum::Storage::Big : vellum::Storage::Plain;
+    options.bigFrom = kBigFrom;
+    options.cancel = &cancelFlag();
+    options.progress = [&progress](int percent) {
+        progress.reportPart(percent, 100);
+        return true;
+    };
     const WarningLog log;
-    m_reader = std::make_unique<QImageReader>(m_file.get());
-    m_reader->setAutoTransform(true);
-    if (!m_reader->canRead())
-        fail(QStringLiteral("not a picture of a supported kind"));
-    m_header.kind = QString::fromLatin1(m_reader->format());
-    m_header.format = m_reader->imageFormat();
-    m_header.size = m_reader->size();
-    if (m_reader->transformation() & QImageIOHandler::TransformationRotate90)
-        m_header.size.transpose();
-}
-
-Vellum PictureReader::read(Progress &progress)
-{
     Vellum picture;
-    const ProgressGuard guard = progress.watch(picture);
-    if (!m_reader) {
-        if (!HrleHandler().readFile(picture, m_fileName) || picture.isNull())
-            fail(QStringLiteral("not enough memory for the picture"));
-    } else {
-        m_file->progress = &progress;
-        const WarningLog log;
-        const bool read = m_reader->read(&picture) && !picture.isNull();
-        m_file->progress = nullptr;
-        if (!read)
-            fail(log.warnings().value(0, m_reader->errorString()));
-        const QString incomplete = incompleteness(log.warnings());
-        if (!incomplete.isEmpty())
-            fail(incomplete);
-    }
-    if (cancelFlag())
-        throw cancelled(m_fileName);
+    const OpenResult result = m_file->read(picture, options);
+    if (result.status == FileStatus::Damaged)
+        fail(log.warnings().value(0, result.message)); // the decoder's own words tell more
+    if (!result)
+        fail(result.message);
+    const QString incomplete = incompleteness(log.warnings());
+    if (!incomplete.isEmpty())
+        fail(incomplete);
     return picture;
 }
 

@@ -1,15 +1,14 @@
 // Reading a picture from a file of any kind.
 #pragma once
 
+#include "storage.h"
 #include <vellum/vellum.h>
 
 #include <QImage>
 #include <QSize>
 #include <QString>
 
-#include <memory>
-
-class QImageReader;
+#include <optional>
 
 namespace vellum::tool {
 
@@ -35,25 +34,19 @@ public:
     /// Opens the file and reads its header; a \c .hrle file is checked from end to end. Throws a
     /// Failure if the file cannot be opened, is no picture or is damaged.
     explicit PictureReader(const QString &fileName);
-    ~PictureReader();
 
     const PictureHeader &header() const { return m_header; }
 
-    /// The picture, on plain storage, turned upright if the file says how. Never null: throws a
-    /// Failure if it cannot be read whole or the user cancels. Call once.
-    Vellum read(Progress &progress);
+    /// The picture as the decoder gives it, on \a storage, turned upright if the file says how.
+    /// Never null: throws a Failure if it cannot be read whole or the user cancels. Call once.
+    Vellum read(Progress &progress, Storage storage = Storage::Plain);
 
 private:
-    class InputFile;
-
-    void openHrle();
-    void openOther();
     [[noreturn]] void fail(const QString &reason) const;
 
     QString m_fileName;
+    std::optional<PictureFile> m_file; // from the constructor on
     PictureHeader m_header;
-    std::unique_ptr<InputFile> m_file; // null for HRLE
-    std::unique_ptr<QImageReader> m_reader; // null for HRLE
 };
 
 } // namespace vellum::tool

@@ -4,18 +4,7 @@
 
 #include <QColorSpace>
 
-#include <cstring>
-
 namespace vellum::tool {
-
-namespace {
-
-size_t pixelBytesOfRow(const Vellum &picture)
-{
-    return size_t((qint64(picture.width()) * picture.depth() + 7) / 8);
-}
-
-} // namespace
 
 void copyMetadata(Vellum &to, const Vellum &from)
 {
@@ -38,16 +27,6 @@ Vellum arranged(const Vellum &picture, QImage::Format format, Storage storage, P
     const ProgressGuard guard = progress.watch(source);
     return converted(source, format, Qt::AutoColor,
                      big ? vellum::Storage::Big : vellum::Storage::Plain);
-}
-
-void clearPadding(Vellum &picture)
-{
-    const size_t used = pixelBytesOfRow(picture);
-    const auto all = size_t(picture.storedBytesPerLine());
-    for (int y = 0; used < all && y < picture.height(); ++y) {
-        if (uchar *const row = picture.scanLineEx(y))
-            std::memset(row + used, 0, all - used);
-    }
 }
 
 } // namespace vellum::tool

@@ -19,8 +19,4 @@ Vellum arranged(const Vellum &picture, QImage::Format format, Storage storage, P
 /// if both have the same format.
 void copyMetadata(Vellum &to, const Vellum &from);
 
-/// Sets the bytes between the end of each row's pixels and the next row to zero. Some files hold
-/// rows with them, and what decoders leave there is anything.
-void clearPadding(Vellum &picture);
-
 } // namespace vellum::tool

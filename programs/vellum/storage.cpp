@@ -7,12 +7,6 @@ namespace vellum::tool {
 // QPixelFormat leaves out padding bits; an image knows what its pixels really take.
 int formatDepth(QImage::Format format) { return QImage(1, 1, format).depth(); }
 
-qint64 pixelBytes(const QSize &size, QImage::Format format)
-{
-    const qint64 rowBits = qint64(size.width()) * formatDepth(format);
-    return (rowBits + 31) / 32 * 4 * size.height();
-}
-
 Storage chooseStorage(Storage wanted, qint64 bytes)
 {
     if (wanted != Storage::Auto)

@@ -14,9 +14,6 @@ enum class Storage {
 
 constexpr qint64 kBigFrom = qint64(1) << 30;
 
-/// Bytes that the pixels of a picture take, rows padded to a multiple of 4 bytes.
-qint64 pixelBytes(const QSize &size, QImage::Format format);
-
 /// Plain or Big: \a wanted, or what Auto means for a picture of \a bytes bytes of pixels.
 Storage chooseStorage(Storage wanted, qint64 bytes);
 

@@ -1,5 +1,6 @@
 #include "writing.h"
 
+#include "cancel.h"
 #include "failure.h"
 #include "messages.h"
 #include "outputfile.h"
@@ -7,7 +8,6 @@
 #include "reading.h"
 #include "rows.h"
 
-#include <QDataStream>
 #include <QFileInfo>
 #include <QImageWriter>
 
@@ -17,23 +17,6 @@ namespace {
 
 constexpr qint64 kMostHrlePixels = 1073741824; // its readers refuse more
 constexpr int kWidestHrleRow = 16777212; // a run's length has 24 bits, and rows are padded to 4
-
-void writeHrle(Vellum &picture, Progress &progress, OutputFile &output)
-{
-    clearPadding(picture);
-    const ProgressGuard guard = progress.watch(picture);
-    QDataStream stream(output.device());
-    if (!HrleHandler().writeStream(stream, picture) || stream.status() != QDataStream::Ok)
-        output.fail(QStringLiteral("the picture cannot be written"));
-}
-
-void writeOther(const Vellum &picture, const QByteArray &kind, OutputFile &output)
-{
-    const WarningLog log;
-    QImageWriter writer(output.device(), kind);
-    if (!writer.write(picture))
-        output.fail(writer.errorString());
-}
 
 } // namespace
 
@@ -83,16 +66,21 @@ Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, 
     return result;
 }
 
-void writePicture(Vellum &picture, const QByteArray &kind, Progress &progress, OutputFile &output)
+void writePicture(const Vellum &picture, const QByteArray &kind, Progress &progress,
+                  OutputFile &output)
 {
-    if (kind.isEmpty()) {
-        writeHrle(picture, progress, output);
-        return;
-    }
-    // Qt's writers know nothing of row blocks.
-    picture = prepared(picture, kind, Storage::Plain, progress, output);
-    clearPadding(picture); // BMP files hold it
-    writeOther(picture, kind, output);
+    SaveOptions options;
+    options.format = kind.isEmpty() ? QByteArrayLiteral("hrle") : kind;
+    options.colors = PixelColors::FileOwn;
+    options.cancel = &cancelFlag();
+    options.progress = [&progress](int percent) {
+        progress.reportPart(percent, 100);
+        return true;
+    };
+    const WarningLog log;
+    const SaveResult result = saveImage(picture, *output.device(), options);
+    if (!result)
+        output.fail(result.message);
 }
 
 QString described(const Vellum &picture)

@@ -25,7 +25,8 @@ Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, 
                 OutputFile &output);
 
 /// Writes what prepared() returned. Throws a Failure if that is not possible or the user cancels.
-void writePicture(Vellum &picture, const QByteArray &kind, Progress &progress, OutputFile &output);
+void writePicture(const Vellum &picture, const QByteArray &kind, Progress &progress,
+                  OutputFile &output);
 
 /// "67 x 41 RGB32, plain"
 QString described(const Vellum &picture);
