@@ -514,12 +514,14 @@ public:
     ///
     /// Files that plugins call bmp, jpg, jpeg, png, psd, tif or tiff are read into the image
     /// itself: an image that has the file's size and format keeps its storage, so that rows of a
-    /// big one that was made beforehand are filled in place; any other becomes a plain one.
+    /// big one that was made beforehand are filled in place; any other becomes a plain one. Only a
+    /// plugin that knows Vellum fills a big image; another one, such as Qt's own, leaves its rows
+    /// as they were, and the result is true all the same.
     /// Afterwards an Indexed8 picture whose colours are all grey is Grayscale8, an RGB32 or
     /// premultiplied one is ARGB32 (premultiplied pixels are relabelled only), and one of more
     /// than 32 bits is ARGB32. Then the pixels are converted from getIccProfile() to sRGB, unless
-    /// isOrgFileCmyk(). Pictures of all other kinds are read into a plain image, converted and
-    /// then made ARGB32 where they have 32 bits.
+    /// isOrgFileCmyk(). Pictures of all other kinds are read into a plain image, which is assigned
+    /// as operator=(const QImage &) says, converted and then made ARGB32 where it has 32 bits.
     ///
     /// Turning a big image upright and reducing one of more than 32 bits replace the image, which
     /// is then plain and without profile and CMYK-origin flag, so that its pixels are not
@@ -539,7 +541,8 @@ public:
 
     /// Writes the image, plain or big, to \a fileName through QImageWriterEx, or as HRLE when the
     /// name ends with ".hrle" (in lower case; see HrleHandler::writeFile() for what that returns).
-    /// See vellum::saveImage() for typed options and safe replacement of files.
+    /// Only a plugin that knows Vellum finds the rows of a big image. See vellum::saveImage() for
+    /// typed options and safe replacement of files.
     ///
     /// Text entries of the image are options. Where "JpegOptions" is "yes": "quality" is the
     /// quality (0 unless a number), instead of the argument; "progressive" other than "false" asks
