@@ -59,7 +59,7 @@ VELLUM_EXPORT Vellum quarterTurned(const Vellum &image, int turns);
 ///         false, a side of the result is below 1 or not representable, or memory runs out
 ///
 /// Hands a percentage to Vellum::set_progress of \a image after every row; see
-/// ProgressGuard::Positions. Rows are drawn 64 at a time before their progress is reported.
+/// ProgressGuard::Positions. Rows are drawn 128 at a time before their progress is reported.
 VELLUM_EXPORT Vellum freeRotated(const Vellum &image, double angle, uint fillColor,
                                  Storage storage = Storage::Plain);
 
