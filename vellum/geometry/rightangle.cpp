@@ -56,7 +56,7 @@ bool turnPixels(Vellum &result, const Vellum &source, int direction, BitOrder or
                             size_t((shape.rows - rows) * shape.rowBytes()));
             shape.transpose(out, tile, columns, rows);
             for (int c = 0; c < columns; ++c)
-                out[c] += shape.advance();
+                out[c] += rows * shape.bitsPerPixel / 8; // to the end of the row at most
         }
         if (!done(int(first), int(first) + columns))
             return false;

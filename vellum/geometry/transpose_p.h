@@ -25,7 +25,6 @@ struct TileShape
     TransposeTile transpose;
 
     constexpr int rowBytes() const { return columns * bitsPerPixel / 8; }
-    constexpr int advance() const { return rows * bitsPerPixel / 8; } ///< bytes in a row of out
 };
 
 constexpr int kMostTileBytes = 4096;
