@@ -2,6 +2,7 @@
 #include <vellum/geometry/mirrorbits_p.h>
 #include <vellum/geometry/pixels_p.h>
 #include <vellum/geometry/reverserow_p.h>
+#include <vellum/image/copybytes_p.h>
 #include <vellum/image/progress.h>
 #include <vellum/image/vellum.h>
 
@@ -108,11 +109,12 @@ void copyRowsUpsideDown(Vellum &destination, const Vellum &source)
 {
     const int height = source.height();
     const auto bytes = size_t(qMin(source.storedBytesPerLine(), destination.storedBytesPerLine()));
+    const auto copy = image::rowCopier(source.sizeInBytes());
     for (int y = 0; y < height; ++y) {
         const uchar *const in = source.scanLine(y);
         uchar *const out = destination.scanLine(height - 1 - y);
         if (in && out)
-            std::memcpy(out, in, bytes);
+            copy(out, in, bytes);
         report(&source, 100, y + 1, height);
     }
 }

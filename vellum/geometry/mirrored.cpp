@@ -4,9 +4,8 @@
 #include <vellum/geometry/mirror_p.h>
 #include <vellum/geometry/mirrorbits_p.h>
 #include <vellum/geometry/reverserow_p.h>
+#include <vellum/image/copybytes_p.h>
 #include <vellum/image/derived_p.h>
-
-#include <cstring>
 
 namespace vellum {
 
@@ -27,13 +26,14 @@ Vellum geometry::mirroredOnto(Storage storage, const Vellum &image, bool horizon
     const int missing = qMax(0, pixels - stored); // where a store is narrower than its image
     const bool lsbFirst = image.format() == QImage::Format_MonoLSB;
     const auto reverse = geometry::reverseRow(bytesPerPixel);
+    const auto copy = image::rowCopier(image.sizeInBytes());
     for (int y = 0; y < height; ++y) {
         uchar *const out = result.scanLineEx(vertical ? height - 1 - y : y);
         if (const uchar *const in = image.scanLineEx(y)) {
             if (horizontal)
                 reverse(out + qptrdiff(missing) * bytesPerPixel, in, pixels - missing);
             else
-                std::memcpy(out, in, size_t(pixels - missing) * size_t(bytesPerPixel));
+                copy(out, in, size_t(pixels - missing) * size_t(bytesPerPixel));
         }
         if (horizontal && oneBit)
             geometry::mirrorBitsInRow(out, width, lsbFirst, pixels);
