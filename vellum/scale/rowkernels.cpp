@@ -201,10 +201,16 @@ struct Portable
 
     static void blendRows(uchar *out, const uchar *above, const uchar *below, int weight, int count)
     {
-        const Pixel *const a = pixels(above);
-        const Pixel *const b = pixels(below);
-        for (int x = 0; x < count; ++x)
-            pixels(out)[x] = blendPixels(a[x], b[x], quint32(weight));
+        using Product = std::conditional_t<sizeof(Channel) == 1, quint16, quint32>;
+        const auto *const a = reinterpret_cast<const Channel *>(above);
+        const auto *const b = reinterpret_cast<const Channel *>(below);
+        auto *const channels = reinterpret_cast<Channel *>(out);
+        const auto weightBelow = quint16(weight);
+        const auto weightAbove = quint16(256 - weight);
+        for (int i = 0; i < count * Channels; ++i) {
+            const auto blended = Product(Product(a[i]) * weightAbove + Product(b[i]) * weightBelow);
+            channels[i] = Channel(blended >> kBlendShift);
+        }
     }
 
     static void blendColumns(uchar *out, const uchar *row, const BlendColumns &columns)

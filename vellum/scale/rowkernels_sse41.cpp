@@ -386,16 +386,22 @@ struct Sse41
         const auto *const in = static_cast<const __m128i *>(sums);
         auto *const pixels = reinterpret_cast<int *>(out);
         const BlendColumns columnsHere = columns;
-        const auto blend = [in, columnsHere](int x) {
+        const auto blend = [in, columnsHere](int x, __m128i fourfoldWeight) {
             const __m128i *const p = in + columnsHere.starts[x];
-            return blendSums(load(p), load(p + 1), _mm_set1_epi32(4 * columnsHere.weights[x]));
+            return blendSums(load(p), load(p + 1), fourfoldWeight);
         };
         int x = 0;
         for (; x + 4 <= columnsHere.count; x += 4) {
-            store(pixels + x, opaque(packTops(blend(x), blend(x + 1), blend(x + 2), blend(x + 3))));
+            const __m128i w =
+                _mm_slli_epi32(_mm_cvtepu16_epi32(loadHalf(columnsHere.weights + x)), 2);
+            store(pixels + x,
+                  opaque(packTops(blend(x, _mm_shuffle_epi32(w, 0x00)),
+                                  blend(x + 1, _mm_shuffle_epi32(w, 0x55)),
+                                  blend(x + 2, _mm_shuffle_epi32(w, 0xaa)),
+                                  blend(x + 3, _mm_shuffle_epi32(w, 0xff)))));
         }
         for (; x < columnsHere.count; ++x)
-            pixels[x] = opaque(packTop(blend(x)));
+            pixels[x] = opaque(packTop(blend(x, _mm_set1_epi32(4 * columnsHere.weights[x]))));
     }
 
     static void blendColumns(uchar *out, const uchar *row, const BlendColumns &columns)
