@@ -3,6 +3,7 @@
 #include <random>
 #include <support/images.h>
 #include <support/sampling.h>
+#include <sys/mman.h>
 
 using namespace vellum::test;
 
@@ -37,6 +38,28 @@ std::vector<int> firstRow(const Vellum &image)
     const uchar *const row = image.scanLineEx(0);
     return {row, row + image.width()};
 }
+
+/// Memory with pages behind its last byte that crash whoever reads them.
+class GuardedBytes
+{
+    Q_DISABLE_COPY(GuardedBytes)
+
+public:
+    explicit GuardedBytes(size_t size)
+        : m_size(size), m_memory(static_cast<uchar *>(mmap(nullptr, 2 * kHalf, PROT_NONE,
+                                                           MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
+    {
+        mprotect(m_memory, kHalf, PROT_READ | PROT_WRITE);
+    }
+    ~GuardedBytes() { munmap(m_memory, 2 * kHalf); }
+
+    uchar *data() const { return m_memory + kHalf - m_size; }
+
+private:
+    static constexpr size_t kHalf = 1 << 20;
+    size_t m_size;
+    uchar *m_memory;
+};
 
 class Random
 {
@@ -366,6 +389,29 @@ TEST(SamplingResult, KeepsTheProfileOfTheResultNotThatOfTheSource)
     dst.setIccProfile("result");
     ASSERT_TRUE(fast_scale_image(dst, src, QSize(3, 5), QRect(0, 0, 3, 5), false, QSize()));
     EXPECT_EQ(dst.getIccProfile(), "result");
+}
+
+TEST(SamplingSource, NothingBehindItsLastPixelIsRead)
+{
+    constexpr int kHeight = 20;
+    for (const QImage::Format format :
+         {QImage::Format_Grayscale8, QImage::Format_RGB16, QImage::Format_RGB888,
+          QImage::Format_RGB32, QImage::Format_RGBA64}) {
+        for (int width = 1; width <= 70; ++width) {
+            const Vellum noise = makeNoise(width, kHeight, format, Storage::Plain);
+            const int bytes = width * noise.depth() / 8;
+            const GuardedBytes guarded(size_t(bytes) * kHeight);
+            for (int y = 0; y < kHeight; ++y)
+                std::memcpy(guarded.data() + y * bytes, noise.scanLineEx(y), size_t(bytes));
+            const Vellum src(QImage(guarded.data(), width, kHeight, bytes, format));
+            for (const int target : {(width + 1) / 2, width, 2 * width, 3 * width + 1}) {
+                const QSize size(target, 2 * kHeight + 1);
+                ASSERT_TRUE(sameRowBytes(sampled(src, size, whole(size)),
+                                         sampledNaively(noise, size, whole(size))))
+                    << width << " to " << target;
+            }
+        }
+    }
 }
 
 class SamplingIncomplete : public testing::TestWithParam<QSize>
