@@ -91,10 +91,10 @@ Vellum Pipeline::finished(Vellum result, const char *done)
     return result;
 }
 
-void Pipeline::write(Vellum &picture)
+void Pipeline::write(Vellum &picture, const char *preparing)
 {
     checkFits(picture.size());
-    begin("convert", kConvertEnd);
+    begin(preparing, kConvertEnd);
     picture = prepared(picture, m_kind, m_storage, m_progress, m_output);
     tell(m_outName, "converted", picture);
 

@@ -71,7 +71,8 @@ public:
     Vellum finished(Vellum result, const char *done);
 
     /// Writes \a picture and gives the output its name. \a picture becomes what was written.
-    void write(Vellum &picture);
+    /// \a preparing names the stage that gives it the form of the file.
+    void write(Vellum &picture, const char *preparing = "convert");
 
 private:
     void tell(const QString &file, const char *done, const Vellum &picture);

@@ -2,13 +2,9 @@
 
 #include "command.h"
 #include "failure.h"
-#include "outputfile.h"
-#include "reading.h"
-#include "rows.h"
+#include "pipeline.h"
 #include "scaling.h"
-#include "writing.h"
 
-#include <QElapsedTimer>
 #include <QRegularExpression>
 
 #include <cmath>
@@ -24,8 +20,7 @@ enum class Fitting { Fit, Fill, Stretch };
 
 struct Options
 {
-    std::string input;
-    std::string output;
+    FileOptions files;
     QSize size; // empty if not given, like the next three
     int width = 0;
     int height = 0;
@@ -33,8 +28,6 @@ struct Options
     Fitting fitting = Fitting::Fit;
     QRect crop; // QRect() if not given
     bool fast = false;
-    Storage storage = Storage::Auto;
-    Progress::Mode progress = Progress::Mode::Auto;
 };
 
 QSize parsedSize(const std::string &text)
@@ -95,30 +88,11 @@ Target targetFor(const Options &options, const QSize &source)
 
 int run(const Options &options)
 {
-    const QString inName = fromShell(options.input);
-    const QString outName = fromShell(options.output);
-    QElapsedTimer clock;
-    clock.start();
-    const auto tell = [&](const QString &file, const char *what, const Vellum &picture) {
-        printVerbose(QStringLiteral("%1: %2, %3 in %4 s")
-                         .arg(file, described(picture), QLatin1String(what))
-                         .arg(double(clock.restart()) / 1000, 0, 'f', 3));
-    };
-
-    const QByteArray kind = outputKind(outName);
-    PictureReader reader(inName);
-    OutputFile output(outName);
-    Progress progress(options.progress, inName);
-
-    progress.begin("read", 0, 50);
-    Vellum picture = reader.read(progress);
-    if (options.storage != Storage::Auto)
-        picture = arranged(picture, picture.format(), options.storage, progress);
-    if (picture.isNull())
-        output.fail(QStringLiteral("not enough memory for the picture"));
-    tell(inName, "read", picture);
+    Pipeline pipeline(options.files);
+    Vellum picture = pipeline.read();
 
     const Target target = targetFor(options, picture.size());
+    const QString inName = fromShell(options.files.input);
     if (target.part.isEmpty()) {
         throw Failure(UsageError, inName,
                       QStringLiteral("nothing of the scaled picture lies in the area of --crop"));
@@ -128,18 +102,15 @@ int run(const Options &options)
                       QStringLiteral("a side of the scaled picture would have more than %1 pixels")
                           .arg(kMostSide));
     }
-    checkFits(kind, target.part.size(), outName);
+    pipeline.checkFits(target.part.size());
 
-    progress.begin("scale", 50, 75);
-    picture = scaledPicture(picture, target, options.fast, options.storage, progress, output);
-    tell(outName, "scaled", picture);
-
-    progress.begin("write", 75, 100);
-    picture = prepared(picture, kind, options.storage, progress, output);
-    writePicture(picture, kind, progress, output);
-    output.commit();
-    tell(outName, "written", picture);
-    progress.finish();
+    pipeline.begin("scale", 55);
+    pipeline.move(picture);
+    Progress &progress = pipeline.begin("scale");
+    picture = pipeline.finished(scaledPicture(picture, target, options.fast, options.files.storage,
+                                              progress, pipeline.output()),
+                                "scaled");
+    pipeline.write(picture, "write");
     return Done;
 }
 
@@ -182,13 +153,7 @@ Command scaleCommand(CLI::App &app)
 {
     const auto options = std::make_shared<Options>();
     CLI::App *const command = app.add_subcommand("scale", "Write a picture in another size");
-    command->add_option("IN", options->input, "The picture to read: .hrle, or any kind Qt reads")
-        ->required();
-    command
-        ->add_option("OUT", options->output,
-                     "The file to write; its ending says which kind: .hrle (8-bit grey),\n"
-                     "or any kind Qt writes")
-        ->required();
+    addFiles(*command, options->files);
     addSizeOptions(*command, options);
     command
         ->add_option_function<std::string>(
@@ -197,9 +162,6 @@ Command scaleCommand(CLI::App &app)
         ->type_name("X,Y,W,H");
     command->add_flag("--fast", options->fast,
                       "Pick pixels instead of averaging them; keeps palettes");
-    addStorageOption(*command, options->storage);
-    addProgressOption(*command, options->progress);
-    addVerboseOption(*command);
     command->footer("Examples:\n"
                     "  vellum scale --width 1600 photo.jpg small.jpg\n"
                     "  vellum scale --size 600x600 --fill photo.jpg square.png\n"
