@@ -5,7 +5,10 @@
 #include "shared/exif.h"
 #include "shared/pixelrows.h"
 
+#include <cstddef>
+#include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace vellum::plugin {
 
@@ -14,6 +17,12 @@ namespace {
 /// Deflate's best ratio, reached by rows of equal bytes, is just below.
 constexpr int kDeflateExpansion = 1032;
 
+/// What libpng's memory is accounted with.
+struct alignas(std::max_align_t) Allocation
+{
+    size_t bytes;
+};
+
 constexpr bool kLittleEndian = Q_BYTE_ORDER == Q_LITTLE_ENDIAN;
 
 } // namespace
@@ -21,25 +30,51 @@ constexpr bool kLittleEndian = Q_BYTE_ORDER == Q_LITTLE_ENDIAN;
 PngDecoder::PngDecoder(QIODevice &device, const QLoggingCategory &category)
     : PngCodec(device, category)
 {
-    m_png =
-        png_create_read_struct(PNG_LIBPNG_VER_STRING, static_cast<PngCodec *>(this), fail, warn);
+    m_png = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, static_cast<PngCodec *>(this), fail,
+                                     warn, this, allocate, release);
     m_info = m_png ? png_create_info_struct(m_png) : nullptr;
 }
 
 PngDecoder::~PngDecoder() { png_destroy_read_struct(&m_png, &m_info, nullptr); }
+
+png_voidp PngDecoder::allocate(png_structp png, png_alloc_size_t bytes)
+{
+    auto &decoder = *static_cast<PngDecoder *>(png_get_mem_ptr(png));
+    const size_t whole = bytes + sizeof(Allocation);
+    if (whole < bytes || whole > decoder.m_mostMemory - decoder.m_memory)
+        return nullptr;
+    auto *const allocation = static_cast<Allocation *>(std::malloc(whole));
+    if (!allocation)
+        return nullptr;
+    allocation->bytes = whole;
+    decoder.m_memory += whole;
+    return allocation + 1;
+}
+
+void PngDecoder::release(png_structp png, png_voidp memory)
+{
+    auto *const allocation = static_cast<Allocation *>(memory) - 1;
+    static_cast<PngDecoder *>(png_get_mem_ptr(png))->m_memory -= allocation->bytes;
+    std::free(allocation);
+}
 
 void PngDecoder::readData(png_structp png, png_bytep out, size_t bytes)
 {
     auto *const device = static_cast<QIODevice *>(png_get_io_ptr(png));
     if (!readExactly(*device, out, qint64(bytes)))
         png_error(png, "the file ends early");
+    // The compressed data is asked for in portions. One that ends with the file must be no larger
+    // than what is there, or the rows in it would be lost.
+    constexpr qint64 kPortion = 8192;
+    const qint64 portion = qBound(qint64(1), device->bytesAvailable(), kPortion);
+    png_set_compression_buffer_size(png, size_t(portion));
 }
 
 bool PngDecoder::readHeader(Picture &picture)
 {
     if (!m_info)
         return false;
-    constexpr int kMostChunks = 200; // of texts and the like; each may expand to 8 MB
+    constexpr int kMostChunks = 1000; // of texts and the like, whose cost grows with the square
     QImage::Format format = QImage::Format_Invalid;
     const bool isRead = guarded([&] {
         png_set_user_limits(m_png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
@@ -48,7 +83,6 @@ bool PngDecoder::readHeader(Picture &picture)
         png_set_read_fn(m_png, &m_device, readData);
         png_read_info(m_png, m_info);
         format = chooseFormat();
-        png_read_update_info(m_png, m_info);
     });
     if (!isRead)
         return false;
@@ -207,6 +241,11 @@ QByteArray PngDecoder::exif() const
 
 QRect PngDecoder::start(const QRect &)
 {
+    // Takes memory for rows, whose size the header claims.
+    m_mostMemory = std::numeric_limits<size_t>::max();
+    if (!guarded([&] { png_read_update_info(m_png, m_info); }))
+        return {};
+    m_mostMemory = m_memory + kMostMetadata; // for texts behind the pixels
     m_rowsLeft = m_size.height();
     const QVector<Lattice> passes = lattices();
     if (!passes.isEmpty())
@@ -233,8 +272,13 @@ QVector<Lattice> PngDecoder::lattices() const
 
 bool PngDecoder::readRow(uchar *row, uchar *)
 {
+    const auto rowsSeen = [this] {
+        return std::pair(png_get_current_pass_number(m_png), png_get_current_row_number(m_png));
+    };
+    const auto before = rowsSeen();
     --m_rowsLeft;
-    return guarded([&] { png_read_row(m_png, row, nullptr); });
+    // A call for the last row also reads what follows it, and fails when that is missing.
+    return guarded([&] { png_read_row(m_png, row, nullptr); }) || rowsSeen() != before;
 }
 
 void PngDecoder::readEnd(Picture &picture)

@@ -20,6 +20,11 @@ public:
     void readEnd(Picture &picture) override;
 
 private:
+    /// Texts and profiles expand when they are read: this is what they and libpng itself get.
+    static constexpr size_t kMostMetadata = 32 << 20;
+
+    static png_voidp allocate(png_structp png, png_alloc_size_t bytes);
+    static void release(png_structp png, png_voidp memory);
     static void readData(png_structp png, png_bytep out, size_t bytes);
     QImage::Format chooseFormat();
     void chooseColors(Picture &picture) const;
@@ -28,6 +33,8 @@ private:
     QVector<Text> texts() const;
     QByteArray exif() const;
 
+    size_t m_memory = 0; // that libpng has
+    size_t m_mostMemory = kMostMetadata;
     QSize m_size;
     int m_type = 0; // as stored
     int m_depth = 0;

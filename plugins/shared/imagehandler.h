@@ -20,6 +20,10 @@ namespace vellum::plugin {
 /// the device behind the picture. Options set before a read are kept for the next. Failures are
 /// logged in the format's category and nowhere else.
 ///
+/// A scaled read averages rows as they come and never holds the full picture. An interlaced one is
+/// the exception: its rows are complete only at the end, so the part of it that is wanted is
+/// gathered in memory first, within what the size of the file justifies.
+///
 /// Writing. With the option Gamma above 9, write() does not touch the device: it encodes, finds
 /// the size, and answers it from then on as Gamma (a float, exact to 16,777,216 bytes) and as
 /// kEncodedSize.

@@ -4,6 +4,7 @@
 #include "shared/pixelrows.h"
 
 #include <cstring>
+#include <new>
 
 namespace vellum::plugin {
 
@@ -37,12 +38,27 @@ ReadResult RowReader::refuse(const char *problem)
 }
 
 ReadResult RowReader::read(ReadTarget &target)
+try {
+    return readInto(target);
+} catch (const std::bad_alloc &) {
+    return refuse("no memory for rows");
+}
+
+/// Of a file whose size is not known at least one row must be small: unlike the image, whose
+/// memory is there when rows arrive to fill it, rows are touched before.
+bool RowReader::isClaimJustified(int bits) const
+{
+    const qint64 row = rowBytes(m_picture.size.width(), bits);
+    const qint64 claimed = m_fileBytes < 0 ? row : row * m_picture.size.height();
+    return isJustified(claimed, qMax(qint64(0), m_fileBytes), m_decoder.maxExpansion());
+}
+
+ReadResult RowReader::readInto(ReadTarget &target)
 {
     if (!m_plan.isValid())
         return refuse("nothing of the picture lies in the rectangle asked for");
     const int bits = decodedBits(m_picture);
-    const qint64 claimed = rowBytes(m_picture.size.width(), bits) * m_picture.size.height();
-    if (!isJustified(claimed, m_fileBytes, m_decoder.maxExpansion()))
+    if (!isClaimJustified(bits))
         return refuse("the file is too short for the size it claims");
 
     const QSize reduced = m_decoder.reduce(m_plan.wholeAtScale());

@@ -40,6 +40,8 @@ public:
 
 private:
     ReadResult refuse(const char *problem);
+    ReadResult readInto(ReadTarget &target);
+    bool isClaimJustified(int bits) const;
     std::unique_ptr<RowStage> makeStage(RowOutput &output);
     ReadResult readRows(RowOutput &output);
     ReadResult decodeRows(RowStage &stage);

@@ -1,59 +1,16 @@
 // PNG files: what Qt's own reader and libpng make of them is the measure.
 
-#include <QBuffer>
 #include <QColorSpace>
-#include <QImageReader>
 
 #include <array>
 #include <cstring>
-#include <functional>
-#include <support/devices.h>
-#include <support/imageplugin.h>
+#include <plugins/png.h>
 #include <support/images.h>
-#include <support/pngfile.h>
 #include <support/polls.h>
-#include <support/profiles.h>
 
 using namespace vellum::test;
 
 namespace {
-
-/// Made once: a profile holds the second it was made in.
-const QByteArray &wideGamut()
-{
-    static const QByteArray icc = matrixProfile();
-    return icc;
-}
-
-bool readPng(QByteArray bytes, QImage &image)
-{
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    return makeHandler(QStringLiteral("png"), &buffer)->read(&image);
-}
-
-/// As Qt's own plugin reads it.
-QImage qtReads(QByteArray bytes)
-{
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    return QImageReader(&buffer, "png").read();
-}
-
-QByteArray writePng(const QImage &image)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    EXPECT_TRUE(makeHandler(QStringLiteral("png"), &buffer)->write(image));
-    return buffer.data();
-}
-
-/// The pixels in a format that holds all that PNG has, and that does not care which colour is
-/// not seen.
-QImage deep(const QImage &image)
-{
-    return image.convertToFormat(QImage::Format_RGBA64_Premultiplied);
-}
 
 struct Kind
 {
@@ -304,46 +261,6 @@ TEST(PngCancel, EveryTenthRowStopsTheRead)
 }
 
 namespace {
-
-/// A file of 37 x 23 pixels with \a addChunks' chunks.
-QByteArray pngWith(std::function<void(png_structp, png_infop)> addChunks,
-                   int type = PNG_COLOR_TYPE_RGB)
-{
-    PngFile file;
-    file.type = type;
-    file.addChunks = std::move(addChunks);
-    return makePng(file);
-}
-
-void setText(png_structp png, png_infop info, const char *key, const char *value, int compression)
-{
-    png_text text {};
-    text.key = const_cast<char *>(key);
-    text.text = const_cast<char *>(value);
-    text.compression = compression;
-    char none[] = "";
-    text.lang = none;
-    text.lang_key = none;
-    png_set_text(png, info, &text, 1);
-}
-
-void setProfile(png_structp png, png_infop info, const QByteArray &icc)
-{
-    png_set_iCCP(png, info, "a", PNG_COMPRESSION_TYPE_BASE,
-                 reinterpret_cast<png_const_bytep>(icc.constData()), png_uint_32(icc.size()));
-}
-
-/// A block that says "turn by 90 degrees".
-QByteArray exifBlock(char orientation)
-{
-    return QByteArray("II*\0\x08\0\0\0\x01\0\x12\x01\x03\0\x01\0\0\0", 18) + orientation +
-        QByteArray("\0\0\0\0\0\0\0", 7);
-}
-
-void setExif(png_structp png, png_infop info, QByteArray block)
-{
-    png_set_eXIf_1(png, info, png_uint_32(block.size()), reinterpret_cast<png_bytep>(block.data()));
-}
 
 QByteArray exifOf(Vellum &image)
 {
