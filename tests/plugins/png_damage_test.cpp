@@ -330,6 +330,32 @@ TEST(PngLimits, NoRowIsTooWideToBeRefused)
     }
 }
 
+TEST(PngLimits, AReadCostsTheResultAndLittleElse)
+{
+    if (kSanitized)
+        GTEST_SKIP() << "memory says nothing here";
+    constexpr qint64 kWhole = 8000 * 4000 * 4;
+    QImage flat(8000, 4000, QImage::Format_RGB32);
+    flat.fill(qRgb(10, 20, 30));
+    const QByteArray bytes = writePng(flat, {{QImageIOHandler::CompressionRatio, 12}});
+    flat = QImage();
+    const std::pair<QSize, qint64> cases[] = {{QSize(80, 40), 0}, {QSize(8000, 4000), kWhole}};
+    for (const auto &[size, cost] : cases) {
+        const auto read = [&bytes, size = size] {
+            QByteArray copy = bytes;
+            QBuffer buffer(&copy);
+            buffer.open(QIODevice::ReadOnly);
+            const auto handler = makeHandler(QStringLiteral("png"), &buffer);
+            handler->setOption(QImageIOHandler::ScaledSize, size);
+            Vellum image;
+            EXPECT_TRUE(handler->read(&image));
+            EXPECT_EQ(image.size(), size);
+            EXPECT_EQ(reinterpret_cast<const QRgb *>(image.scanLineEx(7))[7], qRgb(10, 20, 30));
+        };
+        EXPECT_TRUE(passesWithinAddressSpace(cost + (24 << 20), read)) << size.width();
+    }
+}
+
 TEST(PngLimits, TextsThatExpandDoNotFillTheMemory)
 {
     const QByteArray zeros(7000000, ' ');

@@ -260,6 +260,33 @@ TEST(PngCancel, EveryTenthRowStopsTheRead)
     }
 }
 
+TEST(PngCancel, InterlacedAndScaledReadsStopToo)
+{
+    for (const bool interlaced : {false, true}) {
+        PngFile file;
+        file.size = {20, 95};
+        file.interlaced = interlaced;
+        QByteArray bytes = makePng(file);
+        for (const QSize &scaled : {QSize(), QSize(7, 30)}) {
+            Polls all;
+            Vellum image = makeImage(20, 95, QImage::Format_RGB32, Storage::Big);
+            all.attach(image);
+            ASSERT_TRUE(readScaled(bytes, image, scaled));
+            ASSERT_GT(all.percents.size(), 29U);
+            for (size_t poll = 0; poll < all.percents.size(); poll += 10) {
+                Vellum stopped = makeImage(20, 95, QImage::Format_RGB32, Storage::Big);
+                Polls polls;
+                polls.stopAt = poll;
+                polls.attach(stopped);
+
+                EXPECT_FALSE(readScaled(bytes, stopped, scaled));
+
+                EXPECT_EQ(polls.percents.size(), poll + 1);
+            }
+        }
+    }
+}
+
 namespace {
 
 QByteArray exifOf(Vellum &image)

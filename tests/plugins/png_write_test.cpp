@@ -16,6 +16,7 @@
 #include <shared/imagehandler.h>
 #include <support/devices.h>
 #include <support/images.h>
+#include <support/polls.h>
 
 using namespace vellum::test;
 
@@ -91,6 +92,34 @@ TEST_P(PngWriting, RgbPixelsGoIntoTheProfileThatIsEmbedded)
         const QImage expected = through(fromSrgb(wideGamut(), format), plain);
         EXPECT_EQ(storedIn(written).convertToFormat(format), expected) << format;
         EXPECT_TRUE(samePixels(image, plain)) << "the image itself stays";
+    }
+}
+
+TEST_P(PngWriting, PixelsThatAreInTheirProfileAlreadyAreNotConverted)
+{
+    Vellum image = makeNoise(31, 17, QImage::Format_RGB32, GetParam());
+    image.setIccProfile(wideGamut());
+    image.setColorSpace(QColorSpace::fromIccProfile(wideGamut()));
+
+    const QByteArray written = writePng(image);
+
+    EXPECT_EQ(profileIn(written), wideGamut());
+    EXPECT_EQ(storedIn(written), toPlain(image));
+}
+
+TEST_P(PngWriting, EveryTenthRowStopsTheWrite)
+{
+    for (size_t row = 0; row < 95; row += 10) {
+        Vellum image = makeNoise(20, 95, QImage::Format_RGB32, GetParam());
+        Polls polls;
+        polls.stopAt = row;
+        polls.attach(image);
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+
+        EXPECT_FALSE(makeHandler(QStringLiteral("png"), &buffer)->write(image));
+
+        EXPECT_EQ(polls.percents.size(), row + 1);
     }
 }
 
