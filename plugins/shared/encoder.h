@@ -47,6 +47,9 @@ public:
     /// its own colours.
     virtual bool takesCmyk() const;
 
+    /// Whether the format can hold a profile. If not, RGB pixels are written in sRGB.
+    virtual bool takesProfile() const;
+
     /// Whether the last row is to come first.
     virtual bool bottomUp() const;
 
@@ -61,6 +64,7 @@ public:
 };
 
 inline bool Encoder::takesCmyk() const { return false; }
+inline bool Encoder::takesProfile() const { return true; }
 inline bool Encoder::bottomUp() const { return false; }
 
 } // namespace vellum::plugin

@@ -146,7 +146,7 @@ bool ImageHandler::encode(const QImage &image, QIODevice &device) const
     const Encoding encoding = source.wantsCmyk() && encoder->takesCmyk()
         ? Encoding::Cmyk8
         : encoder->encodingFor(source.naturalEncoding());
-    if (!source.prepare(encoding)) {
+    if (!source.prepare(encoding, encoder->takesProfile())) {
         qCWarning(m_category, "there is no CMYK profile to write with");
         return false;
     }

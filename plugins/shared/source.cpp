@@ -91,7 +91,7 @@ Encoding WriteSource::naturalEncoding() const
     }
 }
 
-bool WriteSource::prepare(Encoding encoding)
+bool WriteSource::prepare(Encoding encoding, bool withProfile)
 {
     m_encoding = encoding;
     m_rowFormat = formatFor(encoding);
@@ -106,7 +106,7 @@ bool WriteSource::prepare(Encoding encoding)
         m_vellum->getCmykIccProfile(m_profile);
         return m_vellum->hasSaveCmykTransform();
     }
-    m_profile = profileFor(encoding);
+    m_profile = withProfile ? profileFor(encoding) : QByteArray();
     // A Vellum's pixels are sRGB, whatever its profile, unless its QColorSpace says that they are
     // in the profile already.
     const bool areInProfile = !m_vellum || m_image.colorSpace().iccProfile() == m_profile;

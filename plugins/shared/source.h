@@ -32,9 +32,10 @@ public:
     /// Whether the image is being saved as CMYK.
     bool wantsCmyk() const;
 
-    /// Gets ready to give rows in \a encoding.
+    /// Gets ready to give rows in \a encoding, in the colours of the image's profile if
+    /// \a withProfile.
     /// \return false when CMYK is wanted and there is no profile for it
-    [[nodiscard]] bool prepare(Encoding encoding);
+    [[nodiscard]] bool prepare(Encoding encoding, bool withProfile);
 
     /// Row \a y in the encoding prepared, valid until the next call; null means stop. Polls; call
     /// it for all rows in order.
