@@ -9,6 +9,8 @@
 #include <QTransform>
 #include <QVariant>
 
+#include <limits>
+
 namespace vellum::plugin {
 
 namespace {
@@ -17,6 +19,10 @@ using Transformations = QImageIOHandler::Transformations;
 
 /// Above it the gamma of a writer asks for the size only.
 constexpr float kSizeOnlyGamma = 9;
+
+/// The widest row that an image can have, in the largest pixels there are. The bytes of any number
+/// of rows can be counted in 64 bits.
+constexpr int kWidest = std::numeric_limits<int>::max() / 8;
 
 QImage transformed(const QImage &image, Transformations how)
 {
@@ -69,7 +75,7 @@ bool ImageHandler::ensureHeader() const
     m_fileBytes = bytesLeft(*device());
     m_decoder = makeDecoder(*device());
     const bool isRead = m_decoder && m_decoder->readHeader(picture) && !picture.size.isEmpty() &&
-        picture.format != QImage::Format_Invalid;
+        picture.size.width() <= kWidest && picture.format != QImage::Format_Invalid;
     m_state = isRead ? State::HeaderRead : State::Failed;
     m_picture = isRead ? picture : Picture();
     if (!isRead)
