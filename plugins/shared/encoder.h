@@ -49,9 +49,15 @@ public:
 
     /// Whether the format can hold a profile. If not, RGB pixels are written in sRGB.
     virtual bool takesProfile() const;
+    /// Whether the format takes colour tables with translucent colours. If not, an image with one
+    /// is written in Rgba8.
+    virtual bool takesTranslucentTables() const;
 
     /// Whether the last row is to come first.
     virtual bool bottomUp() const;
+
+    /// Called once, with all that will be written; more than one only in a format that has pages.
+    virtual void announce(const QVector<const QImage *> &pages);
 
     /// Writes all that stands before the pixels. \a picture.format is of no account here.
     [[nodiscard]] virtual bool writeHeader(const Picture &picture, Encoding encoding) = 0;
@@ -59,12 +65,18 @@ public:
     /// \param extra  the row's extra channels, interleaved; null when the picture has none
     [[nodiscard]] virtual bool writeRow(const uchar *row, const uchar *extra) = 0;
 
-    /// Writes all that follows the pixels.
+    /// Writes all that follows the pixels. The header of another page may come next.
     [[nodiscard]] virtual bool writeEnd() = 0;
+
+    /// Called once, after the last page.
+    [[nodiscard]] virtual bool finish();
 };
 
 inline bool Encoder::takesCmyk() const { return false; }
 inline bool Encoder::takesProfile() const { return true; }
+inline bool Encoder::takesTranslucentTables() const { return true; }
 inline bool Encoder::bottomUp() const { return false; }
+inline void Encoder::announce(const QVector<const QImage *> &) { }
+inline bool Encoder::finish() { return true; }
 
 } // namespace vellum::plugin

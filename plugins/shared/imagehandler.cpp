@@ -9,6 +9,7 @@
 #include <QTransform>
 #include <QVariant>
 
+#include <algorithm>
 #include <limits>
 
 namespace vellum::plugin {
@@ -57,6 +58,8 @@ ImageHandler::ImageHandler(const QLoggingCategory &category, const QSet<ImageOpt
 }
 
 QList<QByteArray> ImageHandler::subTypes() const { return {}; }
+
+QVector<const QImage *> ImageHandler::pagesOf(const QImage &image) const { return {&image}; }
 
 bool ImageHandler::canRead() const
 {
@@ -124,48 +127,56 @@ bool ImageHandler::write(const QImage &image)
         return false;
     if (m_gamma > kSizeOnlyGamma) {
         CountingDevice counter;
-        if (!writeTransformed(image, counter))
+        if (!writePages(image, counter))
             return false;
         m_encodedSize = counter.size();
         return true;
     }
-    return device() && device()->isWritable() && writeTransformed(image, *device());
+    return device() && device()->isWritable() && writePages(image, *device());
 }
 
-bool ImageHandler::writeTransformed(const QImage &image, QIODevice &device) const
+bool ImageHandler::writePages(const QImage &image, QIODevice &device) const
 {
-    if (m_transformation == TransformationNone)
-        return encode(image, device);
-    if (const Vellum *const vellum = Vellum::getVellum(const_cast<QImage *>(&image)))
-        return encode(transformed(*vellum, m_transformation), device);
-    return encode(transformed(image, m_transformation), device);
-}
-
-bool ImageHandler::encode(const QImage &image, QIODevice &device) const
-{
-    if (image.isNull()) // the memory for turning it was lacking
-        return false;
     const std::unique_ptr<Encoder> encoder = makeEncoder(device, m_writeOptions);
     if (!encoder)
         return false;
+    const QVector<const QImage *> pages = pagesOf(image);
+    encoder->announce(pages);
+    const auto write = [&](const QImage *page) { return writeTransformed(*page, *encoder); };
+    return std::all_of(pages.begin(), pages.end(), write) && encoder->finish();
+}
+
+bool ImageHandler::writeTransformed(const QImage &image, Encoder &encoder) const
+{
+    if (m_transformation == TransformationNone)
+        return encode(image, encoder);
+    if (const Vellum *const vellum = Vellum::getVellum(const_cast<QImage *>(&image)))
+        return encode(transformed(*vellum, m_transformation), encoder);
+    return encode(transformed(image, m_transformation), encoder);
+}
+
+bool ImageHandler::encode(const QImage &image, Encoder &encoder) const
+{
+    if (image.isNull()) // the memory for turning it was lacking, or a page has no pixels
+        return false;
     WriteSource source(image);
-    const Encoding encoding = source.wantsCmyk() && encoder->takesCmyk()
+    const Encoding encoding = source.wantsCmyk() && encoder.takesCmyk()
         ? Encoding::Cmyk8
-        : encoder->encodingFor(source.naturalEncoding());
-    if (!source.prepare(encoding, encoder->takesProfile())) {
+        : encoder.encodingFor(source.naturalEncoding(encoder.takesTranslucentTables()));
+    if (!source.prepare(encoding, encoder.takesProfile())) {
         qCWarning(m_category, "there is no CMYK profile to write with");
         return false;
     }
-    if (!encoder->writeHeader(source.picture(m_description), encoding))
+    if (!encoder.writeHeader(source.picture(m_description), encoding))
         return false;
-    const bool bottomUp = encoder->bottomUp();
+    const bool bottomUp = encoder.bottomUp();
     for (int i = 0; i < image.height(); ++i) {
         const int y = bottomUp ? image.height() - 1 - i : i;
         const uchar *const row = bottomUp ? source.rowFromBelow(y) : source.row(y);
-        if (!row || !encoder->writeRow(row, source.extra(y)))
+        if (!row || !encoder.writeRow(row, source.extra(y)))
             return false;
     }
-    return encoder->writeEnd();
+    return encoder.writeEnd();
 }
 
 bool ImageHandler::supportsOption(ImageOption option) const

@@ -54,6 +54,8 @@ protected:
     virtual std::unique_ptr<Encoder> makeEncoder(QIODevice &device,
                                                  const WriteOptions &options) const = 0;
     virtual QList<QByteArray> subTypes() const; ///< For writing; empty, as here, for none.
+    /// The images that are written with \a image, a page each; itself alone, as here.
+    virtual QVector<const QImage *> pagesOf(const QImage &image) const;
     /// @}
 
     /// \name For formats with several pictures in a file
@@ -70,8 +72,9 @@ private:
 
     bool ensureHeader() const;
     QVariant fromHeader(ImageOption option) const;
-    bool writeTransformed(const QImage &image, QIODevice &device) const;
-    bool encode(const QImage &image, QIODevice &device) const;
+    bool writePages(const QImage &image, QIODevice &device) const;
+    bool writeTransformed(const QImage &image, Encoder &encoder) const;
+    bool encode(const QImage &image, Encoder &encoder) const;
 
     const QLoggingCategory &m_category;
     QSet<ImageOption> m_options;

@@ -65,8 +65,10 @@ WriteSource::WriteSource(const QImage &image)
 
 bool WriteSource::wantsCmyk() const { return m_vellum && m_vellum->isSaveCmykPrepared(); }
 
-Encoding WriteSource::naturalEncoding() const
+Encoding WriteSource::naturalEncoding(bool translucentTables) const
 {
+    if (!translucentTables && m_image.depth() <= 8 && m_image.hasAlphaChannel())
+        return Encoding::Rgba8;
     switch (m_image.format()) {
     case QImage::Format_Mono:
     case QImage::Format_MonoLSB:

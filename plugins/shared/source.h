@@ -27,7 +27,8 @@ public:
     explicit WriteSource(const QImage &image);
 
     /// The encoding that holds the pixels exactly; never Cmyk8.
-    Encoding naturalEncoding() const;
+    /// \param translucentTables  whether colour tables may have translucent colours
+    Encoding naturalEncoding(bool translucentTables) const;
 
     /// Whether the image is being saved as CMYK.
     bool wantsCmyk() const;
