@@ -80,7 +80,10 @@ qint64 mostBytesOf(const QImage &page)
     const Vellum *const vellum = Vellum::getVellum(const_cast<QImage *>(&page));
     const bool isCmyk = vellum && vellum->isSaveCmykPrepared();
     const bool isTable = page.depth() <= 8 && page.hasAlphaChannel(); // becomes colours
-    const int colors = isCmyk || isTable ? qMax(32, page.depth()) : page.depth();
+    const bool isOpaque = page.depth() >= 32 && !page.hasAlphaChannel();
+    int colors = isOpaque ? page.depth() / 4 * 3 : page.depth(); // bits
+    if (isCmyk || isTable)
+        colors = qMax(32, colors);
     int channels = 0;
     int channelBits = 0;
     int stride = 0;
@@ -191,14 +194,17 @@ void TiffEncoder::describeColors(const QVector<QRgb> &table)
     const QRgb black = qRgb(0, 0, 0);
     const QRgb white = qRgb(255, 255, 255);
     const bool isBits = m_bits == 1;
-    if (isBits && table.value(0) == black && table.value(1) == white) {
+    // Without a table, clear bits are black.
+    const bool isBlackWhite =
+        table.size() < 2 || (table.value(0) == black && table.value(1) == white);
+    if (isBits && isBlackWhite) {
         TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
     } else if (isBits && table.value(0) == white && table.value(1) == black) {
         TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
     } else {
         std::vector<quint16> colors[3];
         for (int i = 0; i < 1 << m_bits; ++i) {
-            const QRgb color = table.value(i, black);
+            const QRgb color = table.size() < 2 && i == 1 ? white : table.value(i, black);
             colors[0].push_back(quint16(qRed(color) * 257));
             colors[1].push_back(quint16(qGreen(color) * 257));
             colors[2].push_back(quint16(qBlue(color) * 257));

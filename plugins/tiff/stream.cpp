@@ -90,7 +90,7 @@ bool Stream::moveDevice()
 
 qint64 Stream::read(void *out, qint64 bytes)
 {
-    if (bytes <= 0 || !moveDevice())
+    if (bytes <= 0 || m_at >= Stream::size() || !moveDevice())
         return 0;
     const qint64 got = m_device.read(static_cast<char *>(out), bytes);
     m_at += qMax(got, qint64(0));
