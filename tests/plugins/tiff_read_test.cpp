@@ -264,6 +264,21 @@ TEST(TiffCompressions, AllGiveTheSamePixels)
     }
 }
 
+TEST(TiffCompressions, WebPGivesTheSamePixels)
+{
+    TiffFile file;
+    QImage expected;
+    ASSERT_TRUE(readTiff(makeTiff(file).bytes, expected));
+    file.compression = COMPRESSION_WEBP;
+    file.addTags = [](TIFF *tiff) { TIFFSetField(tiff, TIFFTAG_WEBP_LOSSLESS, 1); };
+    for (const int tile : {0, 16}) {
+        file.tile = tile;
+        QImage image;
+        ASSERT_TRUE(readTiff(makeTiff(file).bytes, image));
+        EXPECT_EQ(image, expected);
+    }
+}
+
 TEST(TiffCompressions, OneBitOnesGiveTheSamePixels)
 {
     TiffFile plain = kind(PHOTOMETRIC_MINISWHITE, 1, 1);
