@@ -4,7 +4,7 @@
 #include "tiff/tags.h"
 
 #include <cstring>
-#include <type_traits>
+#include <new>
 
 namespace vellum::plugin::tiff {
 
@@ -57,7 +57,8 @@ bool TiffDecoder::readHeader(Picture &picture)
     return true;
 }
 
-/// Whether the file is long enough for the samples it claims, and for those of a strip or tile.
+/// Whether the file is long enough for the samples it claims, and for those that must be decoded
+/// together.
 bool TiffDecoder::isJustified() const
 {
     const qint64 file = m_directory.device.size() - m_directory.start;
@@ -65,9 +66,11 @@ bool TiffDecoder::isJustified() const
     const auto bytesOf = [pixelBits](const QSize &size) {
         return qint64(size.width()) * size.height() / 8 * pixelBits;
     };
+    const QSize together(qMax(m_layout.size.width(), m_layout.block.width()),
+                         m_layout.block.height());
     const int expansion = tiff::maxExpansion(m_layout.compression);
     return plugin::isJustified(bytesOf(m_layout.size), file, expansion) &&
-        plugin::isJustified(bytesOf(m_layout.block), file, expansion);
+        plugin::isJustified(bytesOf(together), file, expansion);
 }
 
 int TiffDecoder::maxExpansion() const { return tiff::maxExpansion(m_layout.compression); }
@@ -78,9 +81,14 @@ QRect TiffDecoder::start(const QRect &wanted)
     if (m_kind.isBits())
         delivered.setLeft(wanted.left() / 8 * 8); // rows start with a byte
     m_width = delivered.width();
-    m_samples.resize(size_t(m_width) * size_t(m_layout.samples));
-    m_source = makeRowSource(m_directory, m_layout);
-    return m_source->start(delivered) ? delivered : QRect();
+    try {
+        m_samples.resize(size_t(m_width) * size_t(m_layout.samples));
+        m_source = makeRowSource(m_directory, m_layout);
+        return m_source->start(delivered) ? delivered : QRect();
+    } catch (const std::bad_alloc &) {
+        qCWarning(lcTiff, "no memory for a row of what is decoded together");
+        return {};
+    }
 }
 
 bool TiffDecoder::readRow(uchar *row, uchar *extra)

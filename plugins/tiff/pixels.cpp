@@ -38,7 +38,7 @@ T divided(T color, T alpha)
     return alpha == 0 ? T(0) : T(std::min(white, (color * white + alpha / 2U) / alpha));
 }
 
-/// Writes pixels of four samples; \a color gives R, G and B of a pixel as a callable's arguments.
+/// Gives colours the alpha that stands beside them.
 template <typename T>
 class AlphaWriter
 {

@@ -198,6 +198,24 @@ TEST(TiffLimits, TilesLargerThanAnyPictureAreRefused)
     EXPECT_FALSE(readTiff(bytes, image));
 }
 
+TEST(TiffLimits, ARowOfTilesThatTheFileCannotHoldTakesNoMemory)
+{
+    if (kSanitized)
+        GTEST_SKIP() << "sanitizers reserve memory of their own";
+    TiffFile file;
+    file.size = {9000, 10};
+    file.tile = 16;
+    QByteArray bytes = makeTiff(file).bytes;
+    const int at = bytes.indexOf(QByteArray("\x43\x01\x03\x00\x01\x00\x00\x00\x10", 9));
+    ASSERT_GT(at, 0);
+    bytes[at + 8] = 0;
+    bytes[at + 9] = 0x10; // tiles 4096 rows high: 110 MB of which 10 rows are wanted
+    EXPECT_TRUE(passesWithinAddressSpace(100 << 20, [&] {
+        QImage image;
+        EXPECT_FALSE(readTiff(bytes, image));
+    }));
+}
+
 TEST(TiffCancel, EveryTenthRowStopsTheRead)
 {
     for (const int tile : {0, 16}) {
