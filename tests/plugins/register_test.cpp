@@ -3,8 +3,10 @@
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QImageReader>
 #include <QImageWriter>
+#include <QTemporaryDir>
 
 #include <support/images.h>
 #include <support/pngfile.h>
@@ -21,14 +23,17 @@ const QByteArray &wideGamut()
     return icc;
 }
 
+void addWideGamut(png_structp png, png_infop info)
+{
+    const QByteArray icc = wideGamut();
+    png_set_iCCP(png, info, "a", PNG_COMPRESSION_TYPE_BASE,
+                 reinterpret_cast<png_const_bytep>(icc.constData()), png_uint_32(icc.size()));
+}
+
 QByteArray pngWithProfile()
 {
     PngFile file;
-    file.addChunks = [](png_structp png, png_infop info) {
-        const QByteArray icc = wideGamut();
-        png_set_iCCP(png, info, "a", PNG_COMPRESSION_TYPE_BASE,
-                     reinterpret_cast<png_const_bytep>(icc.constData()), png_uint_32(icc.size()));
-    };
+    file.addChunks = addWideGamut;
     return makePng(file);
 }
 
@@ -58,6 +63,51 @@ TEST(RegisterPlugins, MakesQImageReaderFillABigImageAndKeepItsProfile)
 
     EXPECT_TRUE(image.isBigImage());
     EXPECT_EQ(image.getIccProfile(), wideGamut());
+}
+
+TEST(RegisterPlugins, OpeningConvertsSixteenBitsFromTheirProfile)
+{
+    ASSERT_TRUE(vellum::registerPlugins());
+    PngFile png;
+    png.depth = 16;
+    png.addChunks = addWideGamut;
+    QImage stored;
+    {
+        QByteArray bytes = makePng(png);
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::ReadOnly);
+        ASSERT_TRUE(QImageReader(&buffer).read(&stored));
+    }
+    ASSERT_EQ(stored.format(), QImage::Format_RGBX64);
+    const unsigned int code = CVlLcmsManager::toLcmsFormat(stored.format());
+    const OwnedTransform toSrgb =
+        chainTransform({openBytes(wideGamut()).release(), cmsCreate_sRGBProfile()}, code, code);
+    for (int y = 0; y < stored.height(); ++y)
+        cmsDoTransform(toSrgb.get(), stored.constScanLine(y), stored.scanLine(y),
+                       cmsUInt32Number(stored.width()));
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("deep.png"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(makePng(png));
+    file.close();
+
+    for (const vellum::Storage storage : {vellum::Storage::Plain, vellum::Storage::Big}) {
+        vellum::OpenOptions options;
+        options.storage = storage;
+        options.format = vellum::OpenedFormat::Keep16Bits;
+        Vellum image;
+        ASSERT_TRUE(vellum::openImage(image, file.fileName(), options));
+
+        EXPECT_EQ(image.isBigImage(), storage == vellum::Storage::Big);
+        EXPECT_EQ(image.getIccProfile(), wideGamut());
+        ASSERT_EQ(image.format(), stored.format());
+        for (int y = 0; y < stored.height(); ++y) {
+            const auto *const opened = reinterpret_cast<const quint16 *>(image.scanLineEx(y));
+            const auto *const expected = reinterpret_cast<const quint16 *>(stored.constScanLine(y));
+            for (int i = 0; i < stored.width() * 4; ++i)
+                ASSERT_NEAR(opened[i], expected[i], 64) << i << ", " << y; // a quarter of 1/255
+        }
+    }
 }
 
 // QImageWriter hands a plain copy to plugins: big images need a writer that does not.
