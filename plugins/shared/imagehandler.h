@@ -14,6 +14,9 @@
 
 namespace vellum::plugin {
 
+using vellum::kEncodedSize;
+using vellum::kRowsRead;
+
 /// A format subclasses this and supplies a decoder and an encoder.
 ///
 /// Reading. The header is read when it is first needed, by an option or by read(), which leaves

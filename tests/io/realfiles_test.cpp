@@ -205,6 +205,28 @@ TEST_F(RealFiles, FramesOfAnAnimationArePages)
     EXPECT_EQ(openImage(image, file, options).status, FileStatus::NotFound);
 }
 
+TEST_F(RealFiles, PagesComeBackAsTheyWereSaved)
+{
+    PageChain pages;
+    for (const unsigned seed : {1U, 2U, 3U}) {
+        const auto storage = seed == 2 ? test::Storage::Big : test::Storage::Plain;
+        pages.append(makeNoise(67, 41, QImage::Format_ARGB32, storage, seed));
+    }
+    const QString file = folder.filePath("a.tif");
+    const SaveResult saved = savePages(pages, file);
+    if (saved.status == FileStatus::NotAPicture)
+        GTEST_SKIP() << "no plugin that writes pages";
+    ASSERT_TRUE(saved) << saved.message.toStdString();
+
+    PageChain read;
+    const OpenResult result = openPages(read, file);
+
+    ASSERT_TRUE(result) << result.message.toStdString();
+    ASSERT_EQ(read.count(), 3);
+    for (int page = 0; page < 3; ++page)
+        EXPECT_TRUE(samePixels(read.page(page), pages.page(page))) << page;
+}
+
 TEST_F(RealFiles, CancelInTheMiddleOfQtsDecoders)
 {
     for (const char *kind : {"png", "bmp", "pgm"}) {
