@@ -31,6 +31,10 @@ public:
     /// Reads as far as the pixels and fills \a picture. No memory for pixels is taken yet.
     [[nodiscard]] virtual bool readHeader(Picture &picture) = 0;
 
+    /// Changes \a picture as the read options of the image ask, see readoptions.h. Most formats
+    /// have nothing to change.
+    virtual void obey(unsigned int readOptions, Picture &picture);
+
     /// Bytes of pixels that one byte of the file can stand for at most. A file that claims more
     /// is refused before memory is taken for it.
     virtual int maxExpansion() const = 0;
@@ -58,12 +62,18 @@ public:
     /// \return false when there is no whole row any more
     [[nodiscard]] virtual bool readRow(uchar *row, uchar *extra) = 0;
 
+    /// Whether pixels of the rows that came are wrong, in a file that could be decoded for all
+    /// that. Asked when all have come.
+    virtual bool isDamaged() const;
+
     /// Called when all rows have come, to read what follows them. Adds to \a picture.
     virtual void readEnd(Picture &picture);
 };
 
+inline void Decoder::obey(unsigned int, Picture &) { }
 inline QSize Decoder::reduce(const QSize &) { return {}; }
 inline QVector<Lattice> Decoder::lattices() const { return {}; }
+inline bool Decoder::isDamaged() const { return false; }
 inline void Decoder::readEnd(Picture &) { }
 
 } // namespace vellum::plugin

@@ -15,6 +15,15 @@ QByteArray exifBlock(const QByteArray &bytes);
 /// How the pixels must be transformed to be upright; none when \a block does not tell.
 QImageIOHandler::Transformations exifTransformation(const QByteArray &block);
 
+struct ExifResolution
+{
+    int dotsPerMeterX;
+    int dotsPerMeterY;
+};
+
+/// The resolution that \a block states, with 0 where it does not.
+ExifResolution exifResolution(const QByteArray &block);
+
 /// \a block for pixels that are upright: its orientation, if it has one, is 1.
 ///
 /// Nothing else changes, not a byte: a block that is written anew loses what its writer does not

@@ -107,6 +107,7 @@ bool ImageHandler::read(QImage *image)
     ReadTarget target(image);
     ReadRequest request = m_request;
     request.keepDamaged = target.readOptions() & KeepDamaged;
+    m_decoder->obey(target.readOptions(), m_picture);
     RowReader reader(*m_decoder, m_picture, request, m_fileBytes);
     const ReadResult result = reader.read(target);
     m_rowsRead = reader.rowsRead();

@@ -137,7 +137,7 @@ ReadResult RowReader::decodeRows(RowStage &stage)
         if (!stage.put(extra))
             return ReadResult::Stopped;
     }
-    return ReadResult::Complete;
+    return m_decoder.isDamaged() ? ReadResult::Damaged : ReadResult::Complete;
 }
 
 /// Interlaced pixels go where they belong: into the image, or, when they are to be averaged, first
