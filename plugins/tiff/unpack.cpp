@@ -100,11 +100,10 @@ void unpack(T *out, int step, const uchar *raw, qint64 first, qint64 count, Samp
                                 [sign](quint16 value) { return value ^ sign; });
     } else if (code.bits == 32) {
         const quint32 sign = code.isSigned ? 0x80000000U : 0;
-        convertNumbers<quint32>(out, step, raw, first, count,
-                                [sign](quint32 value) {
-                                   // 2^32 - 1 is 65537 times 2^16 - 1
-                                   return (quint64(value ^ sign) + 65537 / 2) / 65537;
-                               });
+        convertNumbers<quint32>(out, step, raw, first, count, [sign](quint32 value) {
+            // 2^32 - 1 is 65537 times 2^16 - 1
+            return (quint64(value ^ sign) + 65537 / 2) / 65537;
+        });
     } else {
         unpackBits(out, step, raw, first, count, code);
     }

@@ -4,7 +4,6 @@
 #include "failure.h"
 #include "messages.h"
 #include <vellum/io/limits.h>
-
 #include <vellum/io/plugins.h>
 
 #include <QCoreApplication>

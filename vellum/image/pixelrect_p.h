@@ -13,9 +13,7 @@ constexpr qreal kFar = 1 << 29;
 /// QRectF::toRect(), for coordinates of any magnitude.
 [[nodiscard]] inline QRect toPixels(const QRectF &rect)
 {
-    const auto rounded = [](qreal v) {
-        return qRound(v < kFar ? (v > -kFar ? v : -kFar) : kFar);
-    };
+    const auto rounded = [](qreal v) { return qRound(v < kFar ? (v > -kFar ? v : -kFar) : kFar); };
     return {QPoint(rounded(rect.x()), rounded(rect.y())),
             QPoint(rounded(rect.x() + rect.width()) - 1, rounded(rect.y() + rect.height()) - 1)};
 }
