@@ -17,6 +17,13 @@ namespace {
 
 using Option = QImageIOHandler::ImageOption;
 
+/// Qt's JPEG decoder answers anything when a header is damaged.
+QImage::Format checkedFormat(int format)
+{
+    const bool known = format > QImage::Format_Invalid && format < QImage::NImageFormats;
+    return known ? QImage::Format(format) : QImage::Format_Invalid;
+}
+
 QString cutShortFault() { return QStringLiteral("the file is damaged or cut short"); }
 
 class HrleDecoder : public Decoder
@@ -70,8 +77,7 @@ public:
         PictureInfo info;
         info.kind = m_handler->format();
         info.size = option(Option::Size).toSize();
-        const QVariant format = option(Option::ImageFormat);
-        info.format = format.isValid() ? QImage::Format(format.toInt()) : QImage::Format_Invalid;
+        info.format = checkedFormat(option(Option::ImageFormat).toInt());
         info.transformation =
             QImageIOHandler::Transformations(option(Option::ImageTransformation).toInt());
         info.pages = qMax(1, m_handler->imageCount());
@@ -151,7 +157,7 @@ public:
         PictureInfo info;
         info.kind = m_reader.format();
         info.size = m_reader.size();
-        info.format = m_reader.imageFormat();
+        info.format = checkedFormat(int(m_reader.imageFormat()));
         info.transformation = m_reader.transformation();
         info.pages = qMax(1, m_reader.imageCount());
         return info;

@@ -75,6 +75,7 @@ public:
         m_picture.setReadOptions(int(image.getReadOptions() & ~unsigned(KeepDamaged)));
         if (!run())
             return m_result;
+        const HeldAttachments released(image); // which the assignment would forget
         image = m_picture;
         m_attachments->giveTo(image);
         return m_result;
