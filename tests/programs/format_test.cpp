@@ -29,6 +29,24 @@ QByteArray convert(const QStringList &options, const QString &in, const QString 
     return result.err;
 }
 
+/// What Qt reads from a PNG file that loses nothing of \a picture. Qt's own writer reduces 10 bits
+/// per channel to 8 and takes the palette from grey pictures.
+QImage asLosslessPng(const QImage &picture)
+{
+    switch (picture.format()) {
+    case QImage::Format_RGB30:
+    case QImage::Format_BGR30:
+        return picture.convertToFormat(QImage::Format_RGBX64);
+    case QImage::Format_A2RGB30_Premultiplied:
+    case QImage::Format_A2BGR30_Premultiplied:
+        return picture.convertToFormat(QImage::Format_RGBA64);
+    case QImage::Format_Indexed8:
+        return picture;
+    default:
+        return asPng(picture);
+    }
+}
+
 } // namespace
 
 class ToFormat : public testing::TestWithParam<QImage::Format>
@@ -50,7 +68,7 @@ TEST_P(ToFormat, GivesThePictureOfQImageOnBothStorages)
         EXPECT_TRUE(plain.contains(shape.toLatin1())) << plain.constData();
         EXPECT_TRUE(big.contains((keyOf(GetParam()) + ", big").toLatin1())) << big.constData();
         EXPECT_TRUE(samePixels(QImage(folder.path("p.png")),
-                               asPng(QImage(in).convertToFormat(GetParam()))));
+                               asLosslessPng(QImage(in).convertToFormat(GetParam()))));
         EXPECT_EQ(folder.read("b.png"), folder.read("p.png"));
     }
 }
