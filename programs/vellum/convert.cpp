@@ -20,18 +20,30 @@ struct Options
     FormatOptions pixels;
 };
 
-/// The profile to convert to; empty for none.
-QByteArray targetProfile(const Options &options)
+/// The colours to convert to.
+struct TargetColors
 {
+    QByteArray profile; ///< empty for none
+    bool cmyk = false; ///< those of the press, which only files have
+};
+
+TargetColors targetColors(const Options &options)
+{
+    TargetColors target;
     if (options.toProfile.empty())
-        return {};
+        return target;
     const QString name = fromShell(options.toProfile);
-    const QByteArray profile = profileNamed(name);
-    if (describeProfile(profile).colorSpace == QLatin1String("CMYK")) {
+    target.profile = profileNamed(name);
+    if (describeProfile(target.profile).colorSpace != QLatin1String("CMYK"))
+        return target;
+    if (name != QLatin1String("cmyk"))
+        throw Failure(UsageError, name, QStringLiteral("the only CMYK that is written is cmyk"));
+    const ColorConversion &conversion = options.conversion;
+    if (conversion.intent != RenderingIntent::Perceptual || conversion.blackPointCompensation) {
         throw Failure(UsageError, name,
-                      QStringLiteral("no kind of file that is known here holds CMYK"));
+                      QStringLiteral("made with --intent perceptual and --black-point off only"));
     }
-    return profile;
+    return {{}, true};
 }
 
 /// \a picture in the format that the user asks for.
@@ -45,19 +57,20 @@ Vellum formatted(Vellum &picture, const FormatOptions &wanted, Pipeline &pipelin
 
 int run(const Options &options)
 {
-    const QByteArray profile = targetProfile(options);
+    const TargetColors target = targetColors(options);
     Pipeline pipeline(options.files);
     pipeline.checkFits(pipeline.header().size);
     Vellum picture = pipeline.read();
     pipeline.checkFits(picture.size()); // not every header tells it
-    if (!profile.isEmpty()) {
+    if (!target.profile.isEmpty()) {
         const QString name = fromShell(options.files.input);
-        picture = pipeline.finished(
-            toProfile(picture, name, profile, options.conversion, pipeline.begin("convert", 60)),
-            "colours converted");
+        picture = pipeline.finished(toProfile(picture, name, target.profile, options.conversion,
+                                              pipeline.begin("convert", 60)),
+                                    "colours converted");
     }
     if (options.pixels.format != QImage::Format_Invalid)
         picture = formatted(picture, options.pixels, pipeline);
+    pipeline.saveAsCmyk(target.cmyk);
     pipeline.write(picture);
     return Done;
 }
@@ -75,8 +88,8 @@ Command convertCommand(CLI::App &app)
     command
         ->add_option("--to-profile", options->toProfile,
                      "Convert the colours to this profile: srgb, cmyk (the press of\n"
-                     "share/color/icc), or an ICC file. From the picture's own profile, or\n"
-                     "sRGB when it has none")
+                     "share/color/icc, in JPEG and TIFF files), or an ICC file. From the\n"
+                     "picture's own profile, or sRGB when it has none")
         ->type_name("FILE|srgb|cmyk");
     addChoice(*command, "--intent", options->conversion.intent,
               {{"perceptual", Intent::Perceptual},
@@ -97,6 +110,7 @@ Command convertCommand(CLI::App &app)
                     "Example:\n"
                     "  vellum convert photo.jpg photo.hrle\n"
                     "  vellum convert --storage big --progress bar mask.hrle mask.png\n"
+                    "  vellum convert --to-profile cmyk photo.jpg print.tif\n"
                     "  vellum convert --format mono --dither ordered photo.jpg print.png");
     return {command, [options] { return run(*options); }};
 }

@@ -70,6 +70,9 @@ public:
     /// what was \a done and how long it took.
     Vellum finished(Vellum result, const char *done);
 
+    /// Whether write() makes a CMYK file.
+    void saveAsCmyk(bool cmyk) { m_cmyk = cmyk; }
+
     /// Writes \a picture and gives the output its name. \a picture becomes what was written.
     /// \a preparing names the stage that gives it the form of the file.
     void write(Vellum &picture, const char *preparing = "convert");
@@ -81,6 +84,7 @@ private:
     QString m_outName;
     QByteArray m_kind;
     Storage m_storage;
+    bool m_cmyk = false;
     QElapsedTimer m_clock;
     PictureReader m_reader;
     OutputFile m_output;

@@ -66,12 +66,13 @@ Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, 
     return result;
 }
 
-void writePicture(const Vellum &picture, const QByteArray &kind, Progress &progress,
+void writePicture(const Vellum &picture, const QByteArray &kind, bool cmyk, Progress &progress,
                   OutputFile &output)
 {
     SaveOptions options;
     options.format = kind.isEmpty() ? QByteArrayLiteral("hrle") : kind;
     options.colors = PixelColors::FileOwn;
+    options.cmyk = cmyk;
     options.cancel = &cancelFlag();
     options.progress = [&progress](int percent) {
         progress.reportPart(percent, 100);

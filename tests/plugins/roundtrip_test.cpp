@@ -115,6 +115,19 @@ TEST_P(RoundTrip, LoadingAndSavingKeepsTheColoursOfTheFile)
     EXPECT_EQ(opened(again(), own).getIccProfile(), icc);
 }
 
+TEST_F(Files, InksAreRefusedByKindsOfFileThatHoldNone)
+{
+    vellum::SaveOptions save;
+    save.cmyk = true;
+    for (const char *const name : {"inks.png", "inks.bmp", "inks.ppm"}) {
+        const vellum::SaveResult result =
+            vellum::saveImage(makeSoft(QImage::Format_RGB32), file(name), save);
+        EXPECT_EQ(result.status, vellum::FileStatus::NotAPicture);
+        EXPECT_TRUE(result.message.contains(QLatin1String("CMYK")));
+        EXPECT_FALSE(QFile::exists(file(name)));
+    }
+}
+
 TEST_F(Files, InksOfEveryKindOfFileThatHoldsThemShowTheColoursThatWereSaved)
 {
     for (const char *const kind : {"jpg", "tif"}) {

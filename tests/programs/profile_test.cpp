@@ -130,15 +130,45 @@ TEST(ConvertToProfile, GreyProfileGivesAGreyPicture)
     EXPECT_TRUE(samePixels(written, expected));
 }
 
-TEST(ConvertToProfile, CmykHasNoFileYet)
+TEST(ConvertToProfile, CmykGoesIntoFilesThatHoldIt)
 {
     const Folder folder;
     const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
-    const ToolResult result =
+    for (const char *const name : {"b.jpg", "b.tif"}) {
+        const QString file = folder.path(name);
+        const ToolResult result = runTool({"convert", "--to-profile", "cmyk", picture, file});
+        ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+        EXPECT_TRUE(runTool({"profile", file}).out.contains("CMYK"));
+
+        // A file that was CMYK is taken for what it shows.
+        const QString again = folder.path("again.tif");
+        EXPECT_EQ(runTool({"convert", "--to-profile", "cmyk", file, again}).exitCode, 0);
+        EXPECT_TRUE(runTool({"profile", again}).out.contains("CMYK"));
+    }
+}
+
+TEST(ConvertToProfile, CmykIsRefusedWhereItCannotBeHad)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+    const ToolResult png =
         runTool({"convert", "--to-profile", "cmyk", picture, folder.path("b.png")});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(isOneErrorLine(result.err, "CMYK"));
-    EXPECT_EQ(folder.names(), QStringList {"a.png"});
+    EXPECT_EQ(png.exitCode, 3);
+    EXPECT_TRUE(isOneErrorLine(png.err, "CMYK"));
+
+    const QStringList tiff {"convert", "--to-profile", "cmyk", picture, folder.path("b.tif")};
+    EXPECT_EQ(runTool(tiff + QStringList {"--intent", "relative"}).exitCode, 1);
+    EXPECT_EQ(runTool(tiff + QStringList {"--black-point", "on"}).exitCode, 1);
+
+    QFile other(folder.path("other.icc"));
+    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
+    other.write(cmykProfile());
+    other.close();
+    const ToolResult custom =
+        runTool({"convert", "--to-profile", other.fileName(), picture, folder.path("b.tif")});
+    EXPECT_EQ(custom.exitCode, 1);
+    EXPECT_TRUE(isOneErrorLine(custom.err, "CMYK"));
+    EXPECT_EQ(folder.names(), (QStringList {"a.png", "other.icc"}));
 }
 
 TEST(ConvertToProfile, NoProfileIsAnInputError)

@@ -81,8 +81,9 @@ bool cleanPadding(Vellum &image)
 
 ColorOutcome convertColors(Vellum &image, const SaveOptions &options, JobProgress &progress)
 {
-    const QByteArray own =
-        options.colors == PixelColors::FileOwn ? image.getIccProfile() : QByteArray();
+    // Those of a CMYK file have been made sRGB by its decoder.
+    const bool areOwn = options.colors == PixelColors::FileOwn && !image.isOrgFileCmyk();
+    const QByteArray own = areOwn ? image.getIccProfile() : QByteArray();
     if (options.cmyk) {
         const ColorOutcome outcome =
             own.isEmpty() ? ColorOutcome::Done : toSrgb(image, own, progress);
@@ -219,10 +220,14 @@ SaveResult makeReady(Vellum &image, const Encoder &encoder, const SaveOptions &o
                                : QStringLiteral("files of kind %1 cannot be written")
                                      .arg(QString::fromLatin1(encoder.format)));
     }
-    if (options.cmyk && (encoder.kind != Encoder::Plugin || !options.profile.isEmpty())) {
+    if (options.cmyk && !encoder.writesCmyk()) {
         return saveFailure(FileStatus::NotAPicture,
-                           QStringLiteral("its kind of file holds no CMYK, or a profile is asked "
-                                          "for beside it"));
+                           QStringLiteral("files of kind %1 cannot be written in CMYK")
+                               .arg(QString::fromLatin1(encoder.format)));
+    }
+    if (options.cmyk && !options.profile.isEmpty()) {
+        return saveFailure(FileStatus::NotAPicture,
+                           QStringLiteral("both CMYK and a profile are asked for"));
     }
     if (encoder.kind == Encoder::Hrle) {
         const QString fault = hrleFault(image.size());

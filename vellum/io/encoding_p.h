@@ -25,6 +25,7 @@ struct Encoder
     ImagePlugin plugin {}; ///< for Plugin
 
     bool writesChains() const { return kind == Plugin && plugin.writesChains; }
+    bool writesCmyk() const { return kind == Plugin && plugin.writesCmyk; }
     bool knowsVellum() const { return kind == Hrle || (kind == Plugin && plugin.knowsVellum); }
 };
 

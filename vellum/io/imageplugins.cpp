@@ -35,7 +35,8 @@ QList<ImagePlugin> imagePlugins()
         plugins.append({plugins.size(), strings(metaData.value(QLatin1String("Keys"))),
                         strings(metaData.value(QLatin1String("MimeTypes"))),
                         metaData.value(QLatin1String("Vellum")).toBool(),
-                        metaData.value(QLatin1String("VellumPages")).toBool()});
+                        metaData.value(QLatin1String("VellumPages")).toBool(),
+                        metaData.value(QLatin1String("VellumCmyk")).toBool()});
     }
     return plugins;
 }

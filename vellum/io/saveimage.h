@@ -33,7 +33,8 @@ struct SaveOptions
     /// The profile to which colours are converted and that is embedded. When empty, the colours
     /// stay as they are: with the image's profile for PixelColors::FileOwn, with none for sRGB.
     QByteArray profile;
-    /// CMYK of "cmyk.icm", where the plugin can write it. Not together with a profile.
+    /// CMYK of "cmyk.icm", where a plugin writes it, which it declares by "VellumCmyk": true in its
+    /// metadata. Not together with a profile.
     bool cmyk = false;
 
     /// Nothing is written, but the file that would be is made and its bytes are counted.
