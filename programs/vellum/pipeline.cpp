@@ -99,7 +99,7 @@ void Pipeline::write(Vellum &picture, const char *preparing)
     tell(m_outName, "converted", picture);
 
     begin("write", 100);
-    writePicture(picture, m_kind, m_cmyk, m_progress, m_output);
+    writePicture(picture, m_reader.exif(), m_kind, m_cmyk, m_progress, m_output);
     m_output.commit();
     tell(m_outName, "written", picture);
     m_progress.finish();

@@ -65,7 +65,21 @@ Vellum PictureReader::read(Progress &progress, Storage storage)
     const QString incomplete = incompleteness(log.warnings());
     if (!incomplete.isEmpty())
         fail(incomplete);
+    m_exif = takeExif(picture);
+    picture.freeChannelsData();
     return picture;
+}
+
+QByteArray takeExif(Vellum &picture)
+{
+    ExifData *const exif = picture.getExifData();
+    if (!exif)
+        return {};
+    const QByteArray block(exif->data, exif->size);
+    picture.setExifData(nullptr, 0); // releases the bytes
+    delete exif;
+    picture = Vellum(picture); // forgets the record
+    return block;
 }
 
 } // namespace vellum::tool

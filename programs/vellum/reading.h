@@ -39,7 +39,11 @@ public:
 
     /// The picture as the decoder gives it, on \a storage, turned upright if the file says how.
     /// Never null: throws a Failure if it cannot be read whole or the user cancels. Call once.
+    /// It has no attachments, which none of the steps that follow would carry on.
     Vellum read(Progress &progress, Storage storage = Storage::Plain);
+
+    /// The EXIF block of the picture that was read; empty when it has none.
+    const QByteArray &exif() const { return m_exif; }
 
 private:
     [[noreturn]] void fail(const QString &reason) const;
@@ -47,6 +51,10 @@ private:
     QString m_fileName;
     std::optional<PictureFile> m_file; // from the constructor on
     PictureHeader m_header;
+    QByteArray m_exif;
 };
+
+/// Takes the EXIF data off \a picture, for which an assignment to it would not care.
+QByteArray takeExif(Vellum &picture);
 
 } // namespace vellum::tool

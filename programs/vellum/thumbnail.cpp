@@ -89,7 +89,7 @@ void makeThumbnail(const QString &inName, const QString &outName, const Options 
     }
 
     progress.begin("write", 98, 100);
-    writePicture(picture, kKind, false, progress, output);
+    writePicture(picture, {}, kKind, false, progress, output);
     output.commit();
     progress.finish();
     printVerbose(QStringLiteral("%1: %2, written in %3 s")

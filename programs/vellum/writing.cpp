@@ -11,6 +11,9 @@
 #include <QFileInfo>
 #include <QImageWriter>
 
+#include <cstdlib>
+#include <cstring>
+
 namespace vellum::tool {
 
 namespace {
@@ -66,8 +69,8 @@ Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, 
     return result;
 }
 
-void writePicture(const Vellum &picture, const QByteArray &kind, bool cmyk, Progress &progress,
-                  OutputFile &output)
+void writePicture(Vellum &picture, const QByteArray &exif, const QByteArray &kind, bool cmyk,
+                  Progress &progress, OutputFile &output)
 {
     SaveOptions options;
     options.format = kind.isEmpty() ? QByteArrayLiteral("hrle") : kind;
@@ -79,7 +82,14 @@ void writePicture(const Vellum &picture, const QByteArray &kind, bool cmyk, Prog
         return true;
     };
     const WarningLog log;
+    if (!exif.isEmpty()) {
+        if (void *const copy = std::malloc(size_t(exif.size())))
+            picture.setExifData(
+                static_cast<char *>(std::memcpy(copy, exif.constData(), size_t(exif.size()))),
+                exif.size());
+    }
     const SaveResult result = saveImage(picture, *output.device(), options);
+    takeExif(picture);
     if (!result)
         output.fail(result.message);
 }

@@ -24,10 +24,10 @@ void checkFits(const QByteArray &kind, const QSize &size, const QString &fileNam
 Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, Progress &progress,
                 OutputFile &output);
 
-/// Writes what prepared() returned, as CMYK if asked for. Throws a Failure if that is not possible
-/// or the user cancels.
-void writePicture(const Vellum &picture, const QByteArray &kind, bool cmyk, Progress &progress,
-                  OutputFile &output);
+/// Writes what prepared() returned, with this EXIF block, as CMYK if asked for. Throws a Failure if
+/// that is not possible or the user cancels.
+void writePicture(Vellum &picture, const QByteArray &exif, const QByteArray &kind, bool cmyk,
+                  Progress &progress, OutputFile &output);
 
 /// "67 x 41 RGB32, plain"
 QString described(const Vellum &picture);

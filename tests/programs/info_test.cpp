@@ -143,6 +143,19 @@ TEST(Info, TurnedPictureHasItsUprightSize)
     EXPECT_EQ(QImage(folder.path("a.png")).size(), QSize(41, 67));
 }
 
+TEST(Info, TurnedPictureStaysUprightWhenItsExifDataGoesAlong)
+{
+    const Folder folder;
+    const QString file = folder.write("a.jpg", turnedJpeg(photoLike(67, 41)));
+
+    ASSERT_EQ(runTool({"convert", file, folder.path("b.jpg")}).exitCode, 0);
+
+    EXPECT_TRUE(folder.read("b.jpg").contains("Exif"));
+    const QJsonObject info = infoOf({folder.path("b.jpg")}).at(0).toObject();
+    EXPECT_EQ(info["width"], 41);
+    EXPECT_EQ(info["height"], 67);
+}
+
 TEST(Info, FileThatCannotBeReadDoesNotHideTheOthers)
 {
     const Folder folder;

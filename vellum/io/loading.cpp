@@ -2,6 +2,7 @@
 
 #include <vellum/color/lcmsmanager.h>
 #include <vellum/convert/convert.h>
+#include <vellum/image/heldattachments_p.h>
 #include <vellum/image/vellum.h>
 #include <vellum/io/graypalette_p.h>
 #include <vellum/io/hrlehandler.h>
@@ -46,19 +47,29 @@ bool fail(const char *message, const QString &fileName)
     return false;
 }
 
+/// Replaces \a image by \a picture, with what the plugin has attached to it: an assignment would
+/// forget that without releasing it.
+void replace(Vellum &image, const Vellum &picture)
+{
+    vellum::image::HeldAttachments attachments(image);
+    image = picture;
+    attachments.giveTo(image);
+}
+
 /// Turns a big image as the reader would have turned a plain one.
 void turnUpright(Vellum &image, QImageIOHandler::Transformations transformation)
 {
     if (transformation == QImageIOHandler::TransformationNone)
         return;
     if (transformation == QImageIOHandler::TransformationRotate270) {
-        image = image.rotated(270, 0);
+        replace(image, image.rotated(270, 0));
         return;
     }
-    image = image.mirrored(transformation.testFlag(QImageIOHandler::TransformationMirror),
-                           transformation.testFlag(QImageIOHandler::TransformationFlip));
+    replace(image,
+            image.mirrored(transformation.testFlag(QImageIOHandler::TransformationMirror),
+                           transformation.testFlag(QImageIOHandler::TransformationFlip)));
     if (transformation.testFlag(QImageIOHandler::TransformationRotate90))
-        image = image.rotated(90, 0);
+        replace(image, image.rotated(90, 0));
 }
 
 void convertToSrgb(Vellum &image)
@@ -123,7 +134,7 @@ bool Vellum::loadDirectly(QImageReader &reader)
     else if (fileFormat == Format_RGB32 || fileFormat == Format_ARGB32_Premultiplied)
         convert32BitsImageToARGB32(*this, true);
     if (depth() > 32)
-        *this = convertToFormat(Format_ARGB32);
+        replace(*this, convertToFormat(Format_ARGB32));
     convertToSrgb(*this);
     return true;
 }
