@@ -13,6 +13,14 @@ using namespace vellum::test;
 
 namespace {
 
+/// Whether a plain image may part from its data here: QImage does that, and as Qt is not built for
+/// ThreadSanitizer, it does not see that the count of holders orders reading and freeing.
+#ifdef __SANITIZE_THREAD__
+constexpr bool kSeesQtCount = false;
+#else
+constexpr bool kSeesQtCount = true;
+#endif
+
 constexpr int kThreads = 8;
 constexpr int kRounds = kSanitized ? 300 : 2000;
 constexpr int kHeight = 37;
@@ -152,7 +160,7 @@ TEST_P(Threads, AnyOfThemMayHoldTheRowsLast)
         std::atomic<int> wrong {0};
         inThreads([&](int thread) {
             std::optional<Vellum> &own = images[size_t(thread)];
-            if (round % 3 == 0 && thread % 2 == 0)
+            if (round % 3 == 0 && thread % 2 == 0 && (own->isBigImage() || kSeesQtCount))
                 own->setText("key", "value");
             wrong += sumOfRow(*own, thread) != expected[size_t(thread)];
             if (own->isBigImage())
