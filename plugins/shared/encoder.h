@@ -49,6 +49,7 @@ public:
 
     /// Whether the format can hold a profile. If not, RGB pixels are written in sRGB.
     virtual bool takesProfile() const;
+
     /// Whether the format takes colour tables with translucent colours. If not, an image with one
     /// is written in Rgba8.
     virtual bool takesTranslucentTables() const;

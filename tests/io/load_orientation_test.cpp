@@ -2,7 +2,7 @@
 
 #include <support/images.h>
 #include <support/loadtrace.h>
-#include <support/pixels.h>
+#include <support/oriented.h>
 #include <support/polls.h>
 #include <support/profiles.h>
 #include <support/recordingplugins.h>
@@ -10,37 +10,6 @@
 using namespace vellum::test;
 
 namespace {
-
-/// Where pixel (x, y) of a picture of \a size goes: mirrored, then turned.
-QPoint oriented(QPoint p, QSize size, int transformation)
-{
-    const auto turn = [&size](QPoint q) { // a quarter clockwise
-        size.transpose();
-        return QPoint(size.width() - 1 - q.y(), q.x());
-    };
-    if (transformation == QImageIOHandler::TransformationRotate270)
-        return turn(turn(turn(p)));
-    if (transformation & QImageIOHandler::TransformationMirror)
-        p.setX(size.width() - 1 - p.x());
-    if (transformation & QImageIOHandler::TransformationFlip)
-        p.setY(size.height() - 1 - p.y());
-    return transformation & QImageIOHandler::TransformationRotate90 ? turn(p) : p;
-}
-
-Vellum orientedNaively(const Vellum &image, int transformation)
-{
-    const bool turned = (transformation & QImageIOHandler::TransformationRotate90) != 0;
-    Vellum result(turned ? image.height() : image.width(), turned ? image.width() : image.height(),
-                  image.format());
-    result.setColorTable(image.colorTable());
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QPoint to = oriented(QPoint(x, y), image.size(), transformation);
-            setRawPixel(result, to.x(), to.y(), rawPixel(image, x, y));
-        }
-    }
-    return result;
-}
 
 struct Case
 {

@@ -3,7 +3,7 @@
 #include <QColorSpace>
 
 #include <support/images.h>
-#include <support/pixels.h>
+#include <support/oriented.h>
 #include <support/polls.h>
 #include <support/profiles.h>
 #include <support/recordingplugins.h>
@@ -27,33 +27,6 @@ const QByteArray &wideProfile()
 Vellum noise(QImage::Format format = kFormat, unsigned seed = 1)
 {
     return makeNoise(7, 5, format, test::Storage::Plain, seed);
-}
-
-/// Where pixel (x, y) of a picture of \a size goes: mirrored, then turned.
-QPoint oriented(QPoint p, const QSize &size, int transformation)
-{
-    if (transformation & QImageIOHandler::TransformationMirror)
-        p.setX(size.width() - 1 - p.x());
-    if (transformation & QImageIOHandler::TransformationFlip)
-        p.setY(size.height() - 1 - p.y());
-    if (transformation & QImageIOHandler::TransformationRotate90)
-        return {size.height() - 1 - p.y(), p.x()};
-    return p;
-}
-
-Vellum orientedNaively(const Vellum &image, int transformation)
-{
-    const bool turned = (transformation & QImageIOHandler::TransformationRotate90) != 0;
-    Vellum result(turned ? image.height() : image.width(), turned ? image.width() : image.height(),
-                  image.format());
-    result.setColorTable(image.colorTable());
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QPoint to = oriented(QPoint(x, y), image.size(), transformation);
-            setRawPixel(result, to.x(), to.y(), rawPixel(image, x, y));
-        }
-    }
-    return result;
 }
 
 /// \a image, of a format that lcms2 knows, from \a icc to sRGB by lcms2 itself.
