@@ -1,5 +1,7 @@
 // Files of several pictures: reading them as a chain, writing a chain.
 
+#include <QBuffer>
+
 #include <algorithm>
 #include <support/images.h>
 #include <support/profiles.h>
@@ -102,6 +104,29 @@ TEST_F(Pages, OnePageIsOpenedAlone)
     EXPECT_EQ(openImage(image, file(), options).status, FileStatus::NotFound);
 }
 
+TEST_F(Pages, PagesAreLookedAtInOrderWithoutReadingThem)
+{
+    providePages(3);
+    PictureFile picture(file());
+
+    for (const int page : {0, 2}) {
+        const OpenResult result = picture.lookAt(page);
+        EXPECT_TRUE(result) << result.message.toStdString();
+        EXPECT_EQ(picture.info().size, QSize(7, 5));
+        EXPECT_EQ(picture.info().pages, 3);
+    }
+    for (const int page : {-1, 3})
+        EXPECT_EQ(picture.lookAt(page).status, FileStatus::NotFound) << page;
+
+    OpenOptions options;
+    options.page = 2;
+    Vellum image;
+    ASSERT_TRUE(picture.read(image, options));
+    EXPECT_TRUE(samePixels(image, noise(3)));
+    EXPECT_EQ(onlyCall(Asked::Read).page, 2);
+    EXPECT_EQ(PictureFile(path("missing")).lookAt(0).status, FileStatus::NotFound);
+}
+
 TEST_F(Pages, LimitsAreForAllPagesTogether)
 {
     providePages(3);
@@ -148,6 +173,32 @@ TEST_F(Pages, PluginThatWritesPagesIsHandedTheHeadOfTheChain)
         EXPECT_TRUE(samePixels(written[i], noise(unsigned(i) + 1)));
     EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end()));
     EXPECT_EQ(percents.back(), 100);
+}
+
+TEST_F(Pages, GoToADeviceAsTheyGoToAFile)
+{
+    recorder().first.writes = {"tif"};
+    recorder().first.write = [](const QImage &image, QIODevice *device) {
+        int count = 0;
+        for (auto *page = Vellum::getVellum(const_cast<QImage *>(&image)); page;
+             page = page->getNextImage())
+            ++count;
+        return device->write(QByteArray::number(count)) == 1;
+    };
+    PageChain pages;
+    QBuffer device;
+    device.open(QIODevice::WriteOnly);
+    SaveOptions options;
+    options.format = "tif";
+    EXPECT_EQ(savePages(pages, device, options).status, FileStatus::NotAPicture);
+    pages.append(noise(1));
+    pages.append(noise(2));
+
+    const SaveResult result = savePages(pages, device, options);
+
+    ASSERT_TRUE(result) << result.message.toStdString();
+    EXPECT_EQ(result.bytes, 1);
+    EXPECT_EQ(device.data(), "2");
 }
 
 TEST_F(Pages, OnePageIsSavedWithoutItsNeighbours)

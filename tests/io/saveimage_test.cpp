@@ -305,6 +305,37 @@ TEST_F(SaveImage, ExifDataGoesAlong)
     EXPECT_EQ(image.getExifData()->data, data);
 }
 
+TEST_P(SaveStored, ExtraChannelsGoAlongAndStayTheImages)
+{
+    recorder().first.writes = {"tif"};
+    Vellum image = makeNoise(7, 5, QImage::Format_RGB32, GetParam());
+    int stride = 0;
+    uchar *const data = image.allocChannelsData(2, 8, stride);
+    for (int i = 0; i < stride * 5; ++i)
+        data[i] = uchar(i);
+    const QByteArray bytes(reinterpret_cast<const char *>(data), stride * 5);
+    QByteArray written;
+    recorder().first.write = [&](const QImage &picture, QIODevice *) {
+        int channels = 0;
+        int bits = 0;
+        const uchar *const handed =
+            Vellum::getVellum(const_cast<QImage *>(&picture))->channelsData(channels, bits, stride);
+        EXPECT_EQ(channels, 2);
+        EXPECT_EQ(bits, 8);
+        if (handed)
+            written = QByteArray(reinterpret_cast<const char *>(handed), stride * 5);
+        return true;
+    };
+
+    ASSERT_TRUE(saveImage(image, path("a.tif")));
+
+    EXPECT_EQ(written, bytes);
+    int channels = 0;
+    int bits = 0;
+    EXPECT_EQ(image.channelsData(channels, bits, stride), data);
+    image.freeChannelsData();
+}
+
 TEST_P(SaveStored, SizeAloneIsThatOfTheFile)
 {
     provideWriter("shared");

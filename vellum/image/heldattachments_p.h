@@ -27,6 +27,11 @@ public:
     /// Releases the extra channels, which no longer fit the picture.
     void dropChannels();
 
+    /// Has \a to, a copy without channels of its own, show the extra channels of \a from, which
+    /// keeps them: takeBackChannels() comes before either is changed or destroyed.
+    static void lendChannels(Vellum &to, const Vellum &from);
+    static void takeBackChannels(Vellum &to);
+
 private:
     Vellum m_holder; // without pixels
 };

@@ -159,6 +159,20 @@ void HeldAttachments::giveTo(Vellum &image)
 
 void HeldAttachments::dropChannels() { m_holder.freeChannelsData(); }
 
+void HeldAttachments::lendChannels(Vellum &to, const Vellum &from)
+{
+    to.m_channelsData = from.m_channelsData;
+    to.m_channelCount = from.m_channelCount;
+    to.m_channelBits = from.m_channelBits;
+    to.m_channelsBytes = from.m_channelsBytes;
+}
+
+void HeldAttachments::takeBackChannels(Vellum &to)
+{
+    to.m_channelsData = nullptr;
+    to.m_channelsBytes = 0;
+}
+
 void copyExif(Vellum &to, const Vellum &from)
 {
     const ExifData *const exif = const_cast<Vellum &>(from).getExifData();

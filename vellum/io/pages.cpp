@@ -19,6 +19,19 @@ Limits without(Limits limits, const Vellum &image)
     return limits;
 }
 
+QVector<const Vellum *> imagesOf(const PageChain &pages)
+{
+    QVector<const Vellum *> images;
+    for (int i = 0; i < pages.count(); ++i)
+        images.append(&pages.page(i));
+    return images;
+}
+
+SaveResult noPages()
+{
+    return io::saveFailure(FileStatus::NotAPicture, QStringLiteral("there are no pages"));
+}
+
 } // namespace
 
 PageChain::PageChain() = default;
@@ -67,12 +80,12 @@ OpenResult openPages(PageChain &pages, const QString &file, const OpenOptions &o
 
 SaveResult savePages(const PageChain &pages, const QString &file, const SaveOptions &options)
 {
-    if (pages.isEmpty())
-        return io::saveFailure(FileStatus::NotAPicture, QStringLiteral("there are no pages"));
-    QVector<const Vellum *> images;
-    for (int i = 0; i < pages.count(); ++i)
-        images.append(&pages.page(i));
-    return io::savePictures(images, file, options);
+    return pages.isEmpty() ? noPages() : io::savePictures(imagesOf(pages), file, options);
+}
+
+SaveResult savePages(const PageChain &pages, QIODevice &device, const SaveOptions &options)
+{
+    return pages.isEmpty() ? noPages() : io::writePictures(imagesOf(pages), device, options);
 }
 
 } // namespace vellum

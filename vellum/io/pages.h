@@ -56,4 +56,9 @@ VELLUM_EXPORT OpenResult openPages(PageChain &pages, const QString &file,
 VELLUM_EXPORT SaveResult savePages(const PageChain &pages, const QString &file,
                                    const SaveOptions &options = {});
 
+/// Writes \a pages to \a device, open for writing, which is the caller's to complete or throw away.
+/// \a options must name the format.
+VELLUM_EXPORT SaveResult savePages(const PageChain &pages, QIODevice &device,
+                                   const SaveOptions &options);
+
 } // namespace vellum

@@ -55,6 +55,14 @@ QImage::Format openedFormat(QImage::Format format, OpenedFormat wanted)
     }
 }
 
+OpenResult noSuchPage(int page)
+{
+    OpenResult result;
+    result.status = FileStatus::NotFound;
+    result.message = QStringLiteral("it has no page %1").arg(page);
+    return result;
+}
+
 /// Opens one page. Every step returns false once it is clear that this fails, and why is then in
 /// the result.
 class Opening
@@ -117,8 +125,8 @@ private:
         const bool found = m_options.page >= 0 && m_decoder.goTo(m_options.page);
         m_info = m_decoder.info();
         if (!found || (m_options.page > 0 && m_options.page >= m_info.pages)) {
-            return fail(FileStatus::NotFound,
-                        QStringLiteral("it has no page %1").arg(m_options.page));
+            const OpenResult missing = noSuchPage(m_options.page);
+            return fail(missing.status, missing.message);
         }
         m_stored = m_info.size;
         return true;
@@ -318,6 +326,18 @@ PictureFile::~PictureFile() = default;
 const OpenResult &PictureFile::result() const { return d->result; }
 
 const PictureInfo &PictureFile::info() const { return d->info; }
+
+OpenResult PictureFile::lookAt(int page)
+{
+    if (!d->decoder)
+        return d->result;
+    const bool found = page >= 0 && d->decoder->goTo(page);
+    const PictureInfo info = d->decoder->info();
+    if (!found || (page > 0 && page >= info.pages))
+        return noSuchPage(page);
+    d->info = uprightInfo(info);
+    return d->result;
+}
 
 OpenResult PictureFile::read(Vellum &image, const OpenOptions &options)
 {

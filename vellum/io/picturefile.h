@@ -45,8 +45,13 @@ public:
     /// decoding to find: that of \c .hrle files.
     const OpenResult &result() const;
 
-    /// The first page, or the one last read.
+    /// The first page, or the one last looked at or read.
     const PictureInfo &info() const;
+
+    /// Goes on to \a page, from 0 on, without reading its pixels, so that info() tells of it.
+    /// \return NotFound, and info() as it was, when there is no such page, or it lies behind
+    ///         and the decoder cannot go back
+    OpenResult lookAt(int page);
 
     /// Reads one page as openImage() does. A page can be read once, and none before it afterwards.
     OpenResult read(Vellum &image, const OpenOptions &options = {});

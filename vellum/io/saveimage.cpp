@@ -35,8 +35,10 @@ public:
     Pages() = default;
     ~Pages()
     {
-        for (Vellum &page : m_pages)
+        for (Vellum &page : m_pages) {
+            image::HeldAttachments::takeBackChannels(page);
             const image::HeldAttachments released(page);
+        }
     }
 
     SaveResult add(const Vellum &image, const Encoder &encoder, const SaveOptions &options,
@@ -46,6 +48,7 @@ public:
         const SaveResult result = makeReady(page, encoder, options, progress);
         if (result) {
             image::copyExif(page, image);
+            image::HeldAttachments::lendChannels(page, image);
             if (m_pages.size() > 1)
                 m_pages[m_pages.size() - 2].setNextImage(&page);
         }

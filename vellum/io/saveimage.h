@@ -68,8 +68,8 @@ struct SaveResult
 /// A big image is handed only to plugins that declare, by "Vellum": true in their metadata, that
 /// they read a Vellum; for all others it is copied to plain memory if the limits allow that. Those
 /// come first, whatever the order of plugins. Formats without a plugin are written by Qt. The
-/// plugin gets an image that shares the pixels of \a image, has its EXIF data, and is the only one
-/// of its chain; see savePages().
+/// plugin gets an image that shares the pixels of \a image, has its EXIF data and extra channels,
+/// and is the only one of its chain; see savePages().
 ///
 /// HRLE, which the ending ".hrle" or the format "hrle" selects, gets the picture in 8-bit grey.
 ///
