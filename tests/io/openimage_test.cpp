@@ -159,6 +159,42 @@ TEST_P(OpenStored, PalettesAreConvertedByTheirEntries)
         vellum::converted(image, QImage::Format_ARGB32, Qt::AutoColor, Place::Plain), expected));
 }
 
+TEST_P(OpenStored, ExtraChannelsAreTurnedWithThePicture)
+{
+    const Vellum stored = noise(QImage::Format_RGB32);
+    const auto sample = [](QPoint p, int channel) {
+        return uchar(7 * p.x() + 50 * p.y() + channel);
+    };
+    for (int transformation = 0; transformation < 8; ++transformation) {
+        SCOPED_TRACE(transformation);
+        provide({stored, transformation});
+        recorder().first.read = [&](QImage *image) {
+            int stride = 0;
+            uchar *const data = Vellum::getVellum(image)->allocChannelsData(3, 8, stride);
+            for (int i = 0; i < 7 * 5 * 3; ++i) {
+                const QPoint p(i / 3 % 7, i / 21);
+                data[p.y() * stride + 3 * p.x() + i % 3] = sample(p, i % 3);
+            }
+            return readPicture({stored}, image);
+        };
+        Vellum image;
+        ASSERT_TRUE(openImage(image, file(), options()));
+
+        int channels = 0;
+        int bits = 0;
+        int stride = 0;
+        const uchar *const data = image.channelsData(channels, bits, stride);
+        ASSERT_TRUE(data);
+        EXPECT_EQ(channels, 3);
+        for (int i = 0; i < 7 * 5 * 3; ++i) {
+            const QPoint p(i / 3 % 7, i / 21);
+            const QPoint to = oriented(p, stored.size(), transformation);
+            ASSERT_EQ(data[to.y() * stride + 3 * to.x() + i % 3], sample(p, i % 3));
+        }
+        image.freeChannelsData();
+    }
+}
+
 TEST_P(OpenStored, WideChannelsAreConvertedBeforeTheyAreReduced)
 {
     const Vellum stored = noise(QImage::Format_RGBA64);

@@ -3,7 +3,10 @@
 
 #include <vellum/image/vellum.h>
 
-#include <memory>
+#include <QPoint>
+#include <QSize>
+
+#include <functional>
 
 namespace vellum::image {
 
@@ -26,6 +29,13 @@ public:
 
     /// Releases the extra channels, which no longer fit the picture.
     void dropChannels();
+
+    /// Rearranges the extra channels of a picture of size \a from as its pixels were: the pixel at
+    /// p in a picture of size \a to was at origin(p). Neighbours in a row stay neighbours in a row
+    /// or column.
+    /// \return false, without channels, when memory runs out
+    [[nodiscard]] bool rearrangeChannels(const QSize &from, const QSize &to,
+                                         const std::function<QPoint(QPoint)> &origin);
 
     /// Has \a to, a copy without channels of its own, show the extra channels of \a from, which
     /// keeps them: takeBackChannels() comes before either is changed or destroyed.

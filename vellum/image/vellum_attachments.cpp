@@ -159,6 +159,41 @@ void HeldAttachments::giveTo(Vellum &image)
 
 void HeldAttachments::dropChannels() { m_holder.freeChannelsData(); }
 
+bool HeldAttachments::rearrangeChannels(const QSize &from, const QSize &to,
+                                        const std::function<QPoint(QPoint)> &origin)
+{
+    if (!m_holder.m_channelsData)
+        return true;
+    const qptrdiff pixelBytes = m_holder.m_channelCount * m_holder.m_channelBits / 8;
+    const qint64 oldStride =
+        channelStride(from.width(), m_holder.m_channelCount, m_holder.m_channelBits);
+    const qint64 newStride =
+        channelStride(to.width(), m_holder.m_channelCount, m_holder.m_channelBits);
+    const qint64 bytes = newStride * to.height(); // rows are padded, so that it may be more
+    const bool fits = oldStride * from.height() <= m_holder.m_channelsBytes;
+    const std::unique_ptr<uchar[], FreeMemory> old(std::exchange(m_holder.m_channelsData, nullptr));
+    m_holder.m_channelsBytes = 0;
+    if (!fits)
+        return true; // they were never those of the picture
+    if (bytes > std::numeric_limits<int>::max())
+        return false;
+    m_holder.m_channelsData = static_cast<uchar *>(std::malloc(size_t(bytes)));
+    if (!m_holder.m_channelsData)
+        return false;
+    m_holder.m_channelsBytes = int(bytes);
+    for (int y = 0; y < to.height(); ++y) {
+        const QPoint first = origin(QPoint(0, y));
+        const QPoint step = origin(QPoint(1, y)) - first;
+        qint64 at = first.y() * oldStride + first.x() * pixelBytes;
+        uchar *out = m_holder.m_channelsData + y * newStride;
+        for (int x = 0; x < to.width(); ++x, out += pixelBytes) {
+            std::memcpy(out, old.get() + at, size_t(pixelBytes));
+            at += step.y() * oldStride + step.x() * pixelBytes;
+        }
+    }
+    return true;
+}
+
 void HeldAttachments::lendChannels(Vellum &to, const Vellum &from)
 {
     to.m_channelsData = from.m_channelsData;

@@ -82,10 +82,10 @@ struct OpenResult
 ///
 /// The picture is turned upright as the file says, then colours are converted to sRGB, then the
 /// format is made what \a options say: exactly, in every format, on either storage. Profile and
-/// CMYK flag that the decoder found stay with the image through all of it, and so do EXIF data and
-/// layer records. Colours do not depend on orientation or depth: palettes are converted by their
-/// entries, 16-bit channels before they are reduced, and grey stays grey. A profile that says no
-/// more than sRGB converts nothing.
+/// CMYK flag that the decoder found stay with the image through all of it, and so do EXIF data,
+/// layer records and, if nothing is cut or reduced after decoding, extra channels. Colours do not
+/// depend on orientation or depth: palettes are converted by their entries, 16-bit channels before
+/// they are reduced, and grey stays grey. A profile that says no more than sRGB converts nothing.
 ///
 /// When anything goes wrong \a image is as it was before, unless keepDamaged asks for a part. When
 /// all is well it has the picture, and nothing of an earlier one but its progress callback, read

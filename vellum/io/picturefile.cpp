@@ -247,8 +247,13 @@ private:
         m_progress.beginStage(kTurned);
         if (m_info.transformation == QImageIOHandler::TransformationNone)
             return m_progress.poll() || failStep();
-        m_attachments->dropChannels();
-        return io::turnUpright(m_picture, m_info.transformation, m_progress) || failStep();
+        const QSize stored = m_picture.size();
+        if (!io::turnUpright(m_picture, m_info.transformation, m_progress))
+            return failStep();
+        const auto origin = [&](QPoint p) {
+            return io::storedRegion(QRect(p, QSize(1, 1)), stored, m_info.transformation).topLeft();
+        };
+        return m_attachments->rearrangeChannels(stored, m_picture.size(), origin) || failStep();
     }
 
     bool convertColors()
