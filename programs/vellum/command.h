@@ -32,6 +32,7 @@ Command cropCommand(CLI::App &app);
 Command pasteCommand(CLI::App &app);
 Command scaleCommand(CLI::App &app);
 Command thumbnailCommand(CLI::App &app);
+Command compareCommand(CLI::App &app);
 
 inline void addVerboseOption(CLI::App &command)
 {

@@ -13,6 +13,7 @@ enum ExitCode {
     UsageError = 1,
     InputError = 2, ///< the input cannot be read
     OutputError = 3, ///< the output cannot be written
+    Different = 6, ///< two pictures that were compared
     WasCancelled = 130, ///< 128 + SIGINT, as shells have it
 };
 

@@ -100,6 +100,13 @@ TEST_P(Cancel, WhileDithering)
     cancelIn("convert", {"convert", "--format", "mono", in, folder.path("out.png")});
 }
 
+TEST_P(Cancel, WhileComparing)
+{
+    const QString in = folder.writeGreymap("in.pgm", 16000, 16000);
+    const QString other = folder.writeGreymap("other.pgm", 16000, 16000);
+    cancelIn("compare", {"compare", in, other, "--map", folder.path("out.png")});
+}
+
 // A decoder that waits for a device cannot be asked to stop: the process ends under it.
 TEST_P(Cancel, WhileTheDecoderHangs)
 {
