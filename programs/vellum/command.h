@@ -33,6 +33,7 @@ Command pasteCommand(CLI::App &app);
 Command scaleCommand(CLI::App &app);
 Command thumbnailCommand(CLI::App &app);
 Command compareCommand(CLI::App &app);
+Command channelsCommand(CLI::App &app);
 
 inline void addVerboseOption(CLI::App &command)
 {

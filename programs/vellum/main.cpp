@@ -53,7 +53,7 @@ int runCommand(int argc, char **argv)
     const Command commands[] = {infoCommand(app),      convertCommand(app), scaleCommand(app),
                                 thumbnailCommand(app), profileCommand(app), rotateCommand(app),
                                 mirrorCommand(app),    cropCommand(app),    pasteCommand(app),
-                                compareCommand(app)};
+                                compareCommand(app),   channelsCommand(app)};
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

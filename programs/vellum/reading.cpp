@@ -20,6 +20,11 @@ QString incompleteness(const QStringList &warnings)
     return {};
 }
 
+PictureHeader headerOf(const PictureInfo &info)
+{
+    return {QString::fromLatin1(info.kind), info.size, info.format};
+}
+
 } // namespace
 
 bool isHrleName(const QString &fileName) { return fileName.endsWith(QLatin1String(".hrle")); }
@@ -31,8 +36,7 @@ PictureReader::PictureReader(const QString &fileName) : m_fileName(fileName)
     m_file.emplace(fileName);
     if (!m_file->result())
         fail(m_file->result().message);
-    const PictureInfo &info = m_file->info();
-    m_header = {QString::fromLatin1(info.kind), info.size, info.format};
+    m_header = headerOf(m_file->info());
 }
 
 void PictureReader::fail(const QString &reason) const
@@ -44,7 +48,27 @@ void PictureReader::fail(const QString &reason) const
 
 Vellum PictureReader::read(Progress &progress, Storage storage)
 {
+    Vellum picture;
+    readPage(0, picture, progress, storage);
+    m_exif = takeExif(picture);
+    picture.freeChannelsData();
+    return picture;
+}
+
+PictureHeader PictureReader::lookAt(int page)
+{
+    const OpenResult result = m_file->lookAt(page);
+    if (!result)
+        fail(result.message);
+    return headerOf(m_file->info());
+}
+
+void PictureReader::readPage(int page, Vellum &picture, Progress &progress, Storage storage,
+                             const Limits &limits)
+{
     OpenOptions options;
+    options.page = page;
+    options.limits = limits;
     options.format = OpenedFormat::AsDecoded;
     options.colors = PixelColors::FileOwn;
     if (storage != Storage::Auto)
@@ -56,7 +80,6 @@ Vellum PictureReader::read(Progress &progress, Storage storage)
         return true;
     };
     const WarningLog log;
-    Vellum picture;
     const OpenResult result = m_file->read(picture, options);
     if (result.status == FileStatus::Damaged)
         fail(log.warnings().value(0, result.message)); // the decoder's own words tell more
@@ -65,9 +88,12 @@ Vellum PictureReader::read(Progress &progress, Storage storage)
     const QString incomplete = incompleteness(log.warnings());
     if (!incomplete.isEmpty())
         fail(incomplete);
-    m_exif = takeExif(picture);
-    picture.freeChannelsData();
-    return picture;
+}
+
+ReleasedAttachments::~ReleasedAttachments()
+{
+    takeExif(m_picture);
+    m_picture.freeChannelsData();
 }
 
 QByteArray takeExif(Vellum &picture)

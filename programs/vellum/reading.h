@@ -42,6 +42,17 @@ public:
     /// It has no attachments, which none of the steps that follow would carry on.
     Vellum read(Progress &progress, Storage storage = Storage::Plain);
 
+    int pages() const { return m_file->info().pages; } ///< of the file; 1 where it does not tell
+
+    /// Goes on to \a page, from 0 on, and returns what is known of it. Throws a Failure if there
+    /// is none.
+    PictureHeader lookAt(int page);
+
+    /// Reads \a page, from 0 on and none twice, into \a picture as read() does, but with EXIF data
+    /// and extra channels attached; see ReleasedAttachments.
+    void readPage(int page, Vellum &picture, Progress &progress, Storage storage,
+                  const Limits &limits = defaultLimits());
+
     /// The EXIF block of the picture that was read; empty when it has none.
     const QByteArray &exif() const { return m_exif; }
 
@@ -52,6 +63,19 @@ private:
     std::optional<PictureFile> m_file; // from the constructor on
     PictureHeader m_header;
     QByteArray m_exif;
+};
+
+/// Releases what is attached to a picture at the end of the block.
+class ReleasedAttachments
+{
+    Q_DISABLE_COPY(ReleasedAttachments)
+
+public:
+    explicit ReleasedAttachments(Vellum &picture) : m_picture(picture) { }
+    ~ReleasedAttachments();
+
+private:
+    Vellum &m_picture;
 };
 
 /// Takes the EXIF data off \a picture, for which an assignment to it would not care.

@@ -107,6 +107,12 @@ TEST_P(Cancel, WhileComparing)
     cancelIn("compare", {"compare", in, other, "--map", folder.path("out.png")});
 }
 
+TEST_P(Cancel, WhileWritingAChannel)
+{
+    const QString in = folder.writeGreymap("in.pgm", 16000, 16000);
+    cancelIn("write", {"channels", "--all", in, "-o", folder.path(".")});
+}
+
 // A decoder that waits for a device cannot be asked to stop: the process ends under it.
 TEST_P(Cancel, WhileTheDecoderHangs)
 {
