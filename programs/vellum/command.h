@@ -34,6 +34,7 @@ Command scaleCommand(CLI::App &app);
 Command thumbnailCommand(CLI::App &app);
 Command compareCommand(CLI::App &app);
 Command channelsCommand(CLI::App &app);
+Command pagesCommand(CLI::App &app);
 
 inline void addVerboseOption(CLI::App &command)
 {

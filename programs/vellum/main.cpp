@@ -50,10 +50,10 @@ int runCommand(int argc, char **argv)
                "  vellum convert photo.jpg photo.hrle\n\n"
                "Exit codes: 0 done, 1 wrong usage, 2 an input cannot be read,\n"
                "3 the output cannot be written, 6 pictures differ, 130 cancelled.");
-    const Command commands[] = {infoCommand(app),      convertCommand(app), scaleCommand(app),
-                                thumbnailCommand(app), profileCommand(app), rotateCommand(app),
-                                mirrorCommand(app),    cropCommand(app),    pasteCommand(app),
-                                compareCommand(app),   channelsCommand(app)};
+    const Command commands[] = {infoCommand(app),      convertCommand(app),  scaleCommand(app),
+                                thumbnailCommand(app), profileCommand(app),  rotateCommand(app),
+                                mirrorCommand(app),    cropCommand(app),     pasteCommand(app),
+                                compareCommand(app),   channelsCommand(app), pagesCommand(app)};
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

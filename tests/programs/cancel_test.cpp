@@ -113,6 +113,18 @@ TEST_P(Cancel, WhileWritingAChannel)
     cancelIn("write", {"channels", "--all", in, "-o", folder.path(".")});
 }
 
+TEST_P(Cancel, WhileSplittingPages)
+{
+    const QString in = folder.writeGreymap("in.pgm", 16000, 16000);
+    cancelIn("write", {"pages", "split", in, "--format", "png", "-o", folder.path(".")});
+}
+
+TEST_P(Cancel, WhileJoiningPages)
+{
+    const QString in = folder.writeGreymap("in.pgm", 16000, 16000);
+    cancelIn("write", {"pages", "join", in, in, folder.path("out.tif")});
+}
+
 // A decoder that waits for a device cannot be asked to stop: the process ends under it.
 TEST_P(Cancel, WhileTheDecoderHangs)
 {
