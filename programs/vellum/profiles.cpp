@@ -73,7 +73,8 @@ QByteArray profileNamed(const QString &name)
 Vellum toProfile(const Vellum &picture, const QString &fileName, const QByteArray &profile,
                  const ColorConversion &conversion, Progress &progress)
 {
-    const QByteArray from = embeddedProfile(picture);
+    // The pixels of a CMYK file are sRGB by now.
+    const QByteArray from = picture.isOrgFileCmyk() ? QByteArray() : embeddedProfile(picture);
     const bool grey = picture.isGrayscale() && picture.depth() <= 16 && picture.colorCount() == 0;
     const QString space = !from.isEmpty() ? describeProfile(from).colorSpace
         : grey                            ? QStringLiteral("Gray")

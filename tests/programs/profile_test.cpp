@@ -147,6 +147,22 @@ TEST(ConvertToProfile, CmykGoesIntoFilesThatHoldIt)
     }
 }
 
+TEST(ConvertToProfile, CmykFilesAreConvertedFromWhatTheyShow)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+    const QString srgb = folder.path("srgb.png");
+    const QString shown = folder.path("shown.png");
+    for (const char *const name : {"cmyk.jpg", "cmyk.tif"}) {
+        const QString cmyk = folder.path(name);
+        ASSERT_EQ(runTool({"convert", "--to-profile", "cmyk", picture, cmyk}).exitCode, 0);
+        ASSERT_EQ(runTool({"convert", cmyk, shown}).exitCode, 0);
+        ASSERT_EQ(runTool({"convert", "--to-profile", "srgb", cmyk, srgb}).exitCode, 0);
+        const ToolResult result = runTool({"compare", "--tolerance", "1", shown, srgb});
+        EXPECT_EQ(result.exitCode, 0) << result.out.constData();
+    }
+}
+
 TEST(ConvertToProfile, CmykIsRefusedWhereItCannotBeHad)
 {
     const Folder folder;
