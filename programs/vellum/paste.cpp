@@ -17,8 +17,10 @@ constexpr int kFarthest = 1 << 30;
 
 struct Options
 {
-    FileOptions files; // whose input is the picture below
+    FileOptions files;
+    std::string base; // the picture below
     std::string upper;
+    std::string output;
     int x = 0;
     int y = 0;
 };
@@ -42,29 +44,34 @@ Vellum inFormat(const Vellum &picture, QImage::Format format, Pipeline &pipeline
     return pipeline.finished(arranged(picture, format, same, progress), "prepared");
 }
 
-int run(const Options &options)
+void paste(const Options &options, Pipeline &pipeline)
 {
     PictureReader upperReader(fromShell(options.upper));
-    Pipeline pipeline(options.files);
+    pipeline.expectStages(4);
     pipeline.checkFits(pipeline.header().size);
     Vellum base = pipeline.read();
-    Vellum upper = upperReader.read(pipeline.begin("read", 58));
+    Vellum upper = upperReader.read(pipeline.begin("read"));
 
-    pipeline.begin("paste", 61);
+    Progress &progress = pipeline.begin("paste");
     pipeline.move(base);
     const QImage::Format format = commonFormat(base, upper);
-    base = inFormat(base, format, pipeline, pipeline.begin("paste", 64));
-    upper = inFormat(upper, format, pipeline, pipeline.begin("paste", 67));
+    base = inFormat(base, format, pipeline, progress);
+    upper = inFormat(upper, format, pipeline, pipeline.begin("paste"));
     {
         const ProgressGuard guard = pipeline.begin("paste").watch(upper);
         base.mergerImage(upper, QRect(QPoint(options.x, options.y), upper.size()));
     }
     if (cancelFlag())
-        throw cancelled(fromShell(options.files.input));
+        throw cancelled(pipeline.inputName());
     upper = Vellum();
     base = pipeline.finished(base, "pasted");
     pipeline.write(base);
-    return Done;
+}
+
+int run(Options &options)
+{
+    options.files.files = {options.base, options.output};
+    return runJobs(options.files, [&](Pipeline &pipeline) { paste(options, pipeline); });
 }
 
 } // namespace
@@ -73,10 +80,13 @@ Command pasteCommand(CLI::App &app)
 {
     const auto options = std::make_shared<Options>();
     CLI::App *const command = app.add_subcommand("paste", "Put a picture onto another one");
-    addInput(*command, "BASE", options->files.input,
-             "The picture below: .hrle, or any kind Qt reads");
+    addInput(*command, "BASE", options->base, "The picture below: .hrle, or any kind Qt reads");
     addInput(*command, "IN", options->upper, "The picture to put onto it");
-    addOutput(*command, options->files);
+    command
+        ->add_option("OUT", options->output,
+                     "The file to write; its ending says which kind of file it is")
+        ->required();
+    addWritingOptions(*command, options->files);
     const auto addNumber = [command](const char *name, int &value, const char *description) {
         command->add_option(name, value, description)
             ->required()
