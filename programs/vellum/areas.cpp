@@ -33,6 +33,28 @@ QRect parsedArea(const std::string &option, const std::string &text)
     return area;
 }
 
+QPoint parsedPoint(const std::string &option, const std::string &text)
+{
+    static const QRegularExpression form(QStringLiteral("^(-?\\d{1,10}),(-?\\d{1,10})$"));
+    const QRegularExpressionMatch match = form.match(fromShell(text));
+    const qint64 x = match.captured(1).toLongLong();
+    const qint64 y = match.captured(2).toLongLong();
+    if (!match.hasMatch() || qAbs(x) > kFarthest || qAbs(y) > kFarthest)
+        throw CLI::ValidationError(option, "'" + text + "' is no point such as 10,20");
+    return {int(x), int(y)};
+}
+
+std::string takenNumbers(std::vector<std::string> &words, int count)
+{
+    std::string numbers;
+    if (int(words.size()) < count)
+        return numbers;
+    for (auto word = words.end() - count; word != words.end(); ++word)
+        numbers += (numbers.empty() ? "" : ",") + *word;
+    words.erase(words.end() - count, words.end());
+    return numbers;
+}
+
 void addAreaOption(CLI::App &command, const std::string &name, QRect &area,
                    const std::string &description)
 {

@@ -14,15 +14,8 @@ void takeArea(RecipeOptions &options)
 {
     if (!options.recipe.area.isNull())
         return;
-    std::vector<std::string> &words = options.files.files;
-    std::string area;
-    if (words.size() >= kNumbers) {
-        for (auto word = words.end() - kNumbers; word != words.end(); ++word)
-            area += (area.empty() ? "" : ",") + *word;
-        words.erase(words.end() - kNumbers, words.end());
-    }
     try {
-        options.recipe.area = parsedArea("X Y W H", area);
+        options.recipe.area = parsedArea("X Y W H", takenNumbers(options.files.files, kNumbers));
     } catch (const CLI::ValidationError &error) {
         throw Failure(UsageError, {}, fromShell(error.what()) + " (see vellum crop --help)");
     }

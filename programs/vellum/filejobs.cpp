@@ -344,14 +344,9 @@ void addWritingOptions(CLI::App &command, FileOptions &options)
     addVerboseOption(command);
 }
 
-void addFiles(CLI::App &command, FileOptions &options)
+void addFiles(CLI::App &command, FileOptions &options, const std::string &description)
 {
-    command
-        .add_option("FILES", options.files,
-                    "IN and OUT, or with -o or --in-place, pictures to read. The ending\n"
-                    "of OUT says which kind of file it is: .hrle (8-bit grey), or any\n"
-                    "kind that can be written")
-        ->required();
+    command.add_option("FILES", options.files, description)->required();
     CLI::Option *const folder = addFolderOptions(command, options);
     command
         .add_flag("--in-place", options.inPlace,

@@ -52,8 +52,12 @@ struct FileJob
     QString output;
 };
 
-/// Adds the arguments IN OUT and all that FileOptions holds.
-void addFiles(CLI::App &command, FileOptions &options);
+/// Adds the arguments IN OUT, or what \a description says, and all that FileOptions holds.
+void addFiles(CLI::App &command, FileOptions &options,
+              const std::string &description =
+                  "IN and OUT, or with -o or --in-place, pictures to read. The ending\n"
+                  "of OUT says which kind of file it is: .hrle (8-bit grey), or any\n"
+                  "kind that can be written");
 
 /// Adds what FileOptions holds about writing, but for the files themselves: storage, progress, how
 /// to pack the pixels and what becomes of existing files.

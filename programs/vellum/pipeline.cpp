@@ -1,6 +1,5 @@
 #include "pipeline.h"
 
-#include "command.h"
 #include "messages.h"
 #include "rows.h"
 #include "writing.h"
@@ -21,11 +20,6 @@ QElapsedTimer startedClock()
 }
 
 } // namespace
-
-void addInput(CLI::App &command, const char *name, std::string &input, const char *description)
-{
-    command.add_option(name, input, description)->required();
-}
 
 Pipeline::Pipeline(const FileOptions &options, const FileJob &job, ProgressBoard &board)
     : m_options(options), m_job(job), m_kind(outputKind(job.output)), m_clock(startedClock()),

@@ -10,16 +10,7 @@
 
 #include <QElapsedTimer>
 
-#include <string>
-
-namespace CLI {
-class App;
-}
-
 namespace vellum::tool {
-
-/// Adds the argument for a picture to read, called \a name in the help.
-void addInput(CLI::App &command, const char *name, std::string &input, const char *description);
 
 /// The way of one picture from file to file: read, change what read() returned in one or more
 /// stages, write. Every step throws a Failure if it is not possible or the user cancels, and then

@@ -329,3 +329,18 @@ TEST_F(Jobs, ConvertDoesTheStepsInTheirOrder)
         EXPECT_EQ(all.depth(), QImage(in).depth()); // 16 bits stay
     }
 }
+
+TEST_F(Jobs, OnePictureMayBePastedOntoMany)
+{
+    const QString mark = folder.write("mark.png", encoded(photoLike(5, 4), "png"));
+    const QString a = picture("a.png", 40);
+    const QString b = picture("b.png", 60);
+    ASSERT_EQ(runTool({"paste", "--at", "3,2", "-o", folder.path("out"), a, b, mark}).exitCode, 0);
+    ASSERT_EQ(runTool({"paste", a, mark, folder.path("one.png"), "3", "2"}).exitCode, 0);
+    EXPECT_EQ(written(), QStringList({"a.png", "b.png"}));
+    EXPECT_EQ(folder.read("out/a.png"), folder.read("one.png"));
+    EXPECT_TRUE(samePixels(QImage(folder.path("out/b.png")).copy(3, 2, 5, 4), QImage(mark)));
+
+    ASSERT_EQ(runTool({"paste", "--in-place", a, mark, "3", "2"}).exitCode, 0);
+    EXPECT_EQ(folder.read("a.png"), folder.read("one.png"));
+}
