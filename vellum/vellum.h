@@ -34,3 +34,4 @@
 #include <vellum/scale/scale.h>
 #include <vellum/scale/scalecrop.h>
 #include <vellum/scale/smoothscaled.h>
+#include <vellum/version.h>
