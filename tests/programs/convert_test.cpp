@@ -303,30 +303,3 @@ TEST(Progress, ClosedPipeDoesNotStopTheWork)
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(folder.names(), QStringList({"a.hrle", "in.png"}));
 }
-
-class Help : public testing::TestWithParam<QStringList>
-{
-};
-
-TEST_P(Help, HasAnExample)
-{
-    const ToolResult result = runTool(GetParam() + QStringList {"--help"});
-
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "");
-    EXPECT_TRUE(result.out.contains("Example:\n  vellum "));
-}
-
-INSTANTIATE_TEST_SUITE_P(Commands, Help,
-                         testing::Values(QStringList {}, QStringList {"info"},
-                                         QStringList {"convert"}, QStringList {"rotate"},
-                                         QStringList {"mirror"}, QStringList {"crop"},
-                                         QStringList {"paste"}));
-
-TEST(Version, IsThatOfTheProject)
-{
-    const ToolResult result = runTool({"--version"});
-
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.out, "vellum " VELLUM_VERSION "\n");
-}
