@@ -3,6 +3,7 @@
 
 #include <vellum/color/convertcolors.h>
 #include <vellum/color/lcmsmanager.h>
+#include <vellum/color/presscolors.h>
 #include <vellum/color/profileinfo.h>
 #include <vellum/color/renderingintent.h>
 #include <vellum/convert/convert.h>
@@ -33,3 +34,4 @@
 #include <vellum/scale/scale.h>
 #include <vellum/scale/scalecrop.h>
 #include <vellum/scale/smoothscaled.h>
+#include <vellum/version.h>

@@ -5,6 +5,7 @@
 #include "platform.h"
 
 #include <QFile>
+#include <QSet>
 
 #include <cstdlib>
 #include <thread>
@@ -17,7 +18,7 @@ struct State
 {
     std::atomic<bool> requested {false};
     std::mutex mutex; // guards what follows
-    QString unfinished;
+    QSet<QString> unfinished;
     QString current;
 };
 
@@ -35,8 +36,8 @@ void requestCancel()
     std::this_thread::sleep_for(kGracePeriod);
 
     const std::lock_guard lock(s.mutex);
-    if (!s.unfinished.isEmpty())
-        QFile::remove(s.unfinished);
+    for (const QString &fileName : std::as_const(s.unfinished))
+        QFile::remove(fileName);
     printError(cancelled(s.current));
     std::_Exit(WasCancelled);
 }
@@ -53,7 +54,15 @@ const std::atomic<bool> &cancelFlag() { return state().requested; }
 
 NoForcedEnd::NoForcedEnd() : m_lock(state().mutex) { }
 
-void NoForcedEnd::setUnfinishedFile(const QString &fileName) { state().unfinished = fileName; }
+void NoForcedEnd::addUnfinishedFile(const QString &fileName)
+{
+    state().unfinished.insert(fileName);
+}
+
+void NoForcedEnd::forgetUnfinishedFile(const QString &fileName)
+{
+    state().unfinished.remove(fileName);
+}
 
 void NoForcedEnd::setCurrentFile(const QString &fileName) { state().current = fileName; }
 

@@ -30,10 +30,11 @@ class NoForcedEnd
 public:
     NoForcedEnd();
 
-    /// The file that is to be removed if it comes to that; an empty string when there is none.
-    void setUnfinishedFile(const QString &fileName);
+    /// A file that is to be removed if it comes to that, until forgetUnfinishedFile().
+    void addUnfinishedFile(const QString &fileName);
+    void forgetUnfinishedFile(const QString &fileName);
 
-    /// The file that the message is to name.
+    /// The file that the message is to name: of several at a time, the last one begun.
     void setCurrentFile(const QString &fileName);
 
     /// From now on main() decides how the process ends.

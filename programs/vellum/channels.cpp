@@ -76,7 +76,7 @@ void writeChannel(const Vellum &picture, const Output &output, Storage storage, 
         channelPicture(picture, output.channel, storage, [](int) { return !cancelFlag(); });
     if (channel.isNull())
         file.fail(QStringLiteral("not enough memory for the channel"));
-    writePicture(channel, {}, kind, false, progress, file);
+    writePicture(channel, {}, kind, progress, file);
     file.commit();
 }
 
@@ -141,7 +141,7 @@ int run(const Options &options)
     progress.begin("read", 0, options.list ? 100 : 50);
     Vellum picture;
     const ReleasedAttachments released(picture);
-    reader.readPage(0, picture, progress, options.storage);
+    reader.readPage(0, picture, progress, wholeOn(options.storage));
 
     const QVector<Output> outputs = outputsOf(picture, fileName, options);
     if (options.all && picture.isOrgFileCmyk()) {

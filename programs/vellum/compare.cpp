@@ -53,7 +53,7 @@ ComparedFile readPicture(const std::string &name, const Options &options, Progre
     ComparedFile picture;
     picture.file = fromShell(name);
     PictureReader reader(picture.file);
-    picture.pixels = reader.read(progress, options.storage);
+    picture.pixels = reader.read(progress, wholeOn(options.storage));
     picture.profile = pixelProfile(picture.pixels);
     return picture;
 }
@@ -116,7 +116,7 @@ public:
             m_output.fail(kNoMemory);
         m_amounts = Vellum();
         map = prepared(map, m_kind, m_storage, progress, m_output);
-        writePicture(map, {}, m_kind, false, progress, m_output);
+        writePicture(map, {}, m_kind, progress, m_output);
         m_output.commit();
     }
 

@@ -13,7 +13,10 @@ enum ExitCode {
     UsageError = 1,
     InputError = 2, ///< the input cannot be read
     OutputError = 3, ///< the output cannot be written
-    Different = 6, ///< two pictures that were compared
+    OverLimit = 4, ///< the picture is larger than the memory limit
+    Partial =
+        5, ///< some of several pictures failed, or a damaged one was written as far as it went
+    Different = 6, ///< the pictures that were compared are not equal
     WasCancelled = 130, ///< 128 + SIGINT, as shells have it
 };
 

@@ -1,7 +1,9 @@
 #include "cancel.h"
 #include "command.h"
 #include "datafolder.h"
+#include "documents.h"
 #include "failure.h"
+#include "help.h"
 #include "messages.h"
 #include <vellum/io/limits.h>
 #include <vellum/io/plugins.h>
@@ -35,25 +37,24 @@ void addLimitOption(CLI::App &app)
     };
     app.add_option_function<std::string>(
            "--memory-limit", limit,
-           "Most memory for the pixels of a picture, such as 4G, or none. Half of what the\n"
-           "machine has is the default, and VELLUM_LIMITS sets another (memory=4G)")
+           "Most memory for a picture's pixels, such as 4G, or none. Half of what the machine\n"
+           "has is the default, and VELLUM_LIMITS sets another (memory=4G)")
         ->type_name("SIZE");
 }
 
 int runCommand(int argc, char **argv)
 {
     CLI::App app("Very large pictures: look at them, convert, scale, turn and cut them.", "vellum");
-    app.set_version_flag("--version", "vellum " VELLUM_VERSION);
+    app.formatter(std::make_shared<HelpFormatter>());
     app.require_subcommand(0, 1); // that one is needed is said below, in plainer words
     addLimitOption(app);
     app.footer("Example:\n"
-               "  vellum convert photo.jpg photo.hrle\n\n"
-               "Exit codes: 0 done, 1 wrong usage, 2 an input cannot be read,\n"
-               "3 the output cannot be written, 6 pictures differ, 130 cancelled.");
+               "  vellum convert photo.jpg photo.hrle");
     const Command commands[] = {infoCommand(app),      convertCommand(app),  scaleCommand(app),
                                 thumbnailCommand(app), profileCommand(app),  rotateCommand(app),
                                 mirrorCommand(app),    cropCommand(app),     pasteCommand(app),
                                 compareCommand(app),   channelsCommand(app), pagesCommand(app)};
+    addDocumentOptions(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

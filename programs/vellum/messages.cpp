@@ -70,6 +70,8 @@ void printVerbose(const QString &text)
         printLine(text);
 }
 
+void printNotice(const QString &text) { printLine(QLatin1String("vellum: ") + text); }
+
 void printError(const Failure &failure)
 {
     QStringList parts {QStringLiteral("vellum")};

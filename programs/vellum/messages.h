@@ -22,6 +22,9 @@ void setVerbose(bool verbose);
 /// Prints \a text as a line of its own if \c -v was given.
 void printVerbose(const QString &text);
 
+/// Prints \a text as a line of its own.
+void printNotice(const QString &text);
+
 /// Prints "vellum: FILE: reason", as exactly one line whatever a file is called.
 void printError(const Failure &failure);
 

@@ -1,7 +1,6 @@
 #include "outputfile.h"
 
 #include "cancel.h"
-#include "failure.h"
 #include "platform.h"
 
 #include <QDir>
@@ -13,6 +12,8 @@
 namespace vellum::tool {
 
 namespace {
+
+const char *const kExists = "exists already";
 
 QString resolved(const QString &fileName)
 {
@@ -65,8 +66,8 @@ private:
     QString m_reason;
 };
 
-OutputFile::OutputFile(const QString &fileName)
-    : m_fileName(fileName), m_target(resolved(fileName)),
+OutputFile::OutputFile(const QString &fileName, Existing existing)
+    : m_fileName(fileName), m_target(resolved(fileName)), m_existing(existing),
       m_permissions(platform::newFilePermissions())
 {
     const QFileInfo target(m_target);
@@ -82,8 +83,10 @@ OutputFile::OutputFile(const QString &fileName)
     if (target.exists()) {
         if (!target.isFile())
             refuse("is not a regular file");
-        if (!target.isWritable())
-            refuse("is write-protected");
+        if (existing == Existing::Keep)
+            refuse(kExists);
+        if (existing != Existing::ReplaceProtected && !target.isWritable())
+            refuse("is write-protected (--force replaces it)");
         // "User" is whoever runs this; set together with the owner's, it would add to them.
         const auto user = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
         m_permissions = target.permissions() & ~user;
@@ -96,25 +99,27 @@ OutputFile::OutputFile(const QString &fileName)
         throw Failure(OutputError, fileName,
                       QLatin1String("cannot be written: ") + m_device->errorString());
     }
-    guard.setUnfinishedFile(m_device->fileName());
+    guard.addUnfinishedFile(m_device->fileName());
 }
 
 OutputFile::~OutputFile()
 {
     NoForcedEnd guard;
+    guard.forgetUnfinishedFile(m_device->fileName());
     m_device.reset(); // removes the file unless it was renamed
-    guard.setUnfinishedFile({});
 }
 
 QIODevice *OutputFile::device() { return m_device.get(); }
 
-void OutputFile::fail(const QString &reason)
+void OutputFile::fail(const QString &reason, ExitCode code)
 {
     if (cancelFlag())
         throw cancelled(m_fileName);
     // A writer that flushed the file itself has seen an error that is not noted yet: once more.
     const bool deviceFailed = m_device->hasFailed() || !m_device->finish();
-    throw Failure(OutputError, m_fileName, deviceFailed ? m_device->reason() : reason);
+    if (deviceFailed)
+        throw Failure(OutputError, m_fileName, m_device->reason());
+    throw Failure(code, m_fileName, reason);
 }
 
 void OutputFile::commit()
@@ -128,11 +133,13 @@ void OutputFile::commit()
     NoForcedEnd guard;
     if (cancelFlag())
         fail({});
-    const QString error = platform::replaceFile(m_device->fileName(), m_target);
+    const auto place =
+        m_existing == Existing::Keep ? platform::placeNewFile : platform::replaceFile;
+    const QString error = place(m_device->fileName(), m_target);
     if (!error.isEmpty())
         fail(error);
     m_device->setAutoRemove(false);
-    guard.setUnfinishedFile({});
+    guard.forgetUnfinishedFile(m_device->fileName());
 }
 
 } // namespace vellum::tool

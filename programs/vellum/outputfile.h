@@ -1,6 +1,8 @@
 // A file that appears under its name when it is complete, or not at all.
 #pragma once
 
+#include "failure.h"
+
 #include <QFile>
 #include <QString>
 
@@ -9,6 +11,13 @@
 class QIODevice;
 
 namespace vellum::tool {
+
+/// What becomes of a file that has the name already.
+enum class Existing {
+    Replace, ///< as far as its permissions allow
+    ReplaceProtected, ///< a write-protected one too
+    Keep, ///< then nothing is written
+};
 
 /// Writes to a temporary file in the folder of the target and renames it at the end.
 ///
@@ -21,8 +30,9 @@ class OutputFile
 
 public:
     /// Creates the temporary file. Throws a Failure if the target cannot be written: it is a
-    /// folder or a device, it or its folder is write-protected, or the folder does not exist.
-    explicit OutputFile(const QString &fileName);
+    /// folder or a device, it or its folder is write-protected, the folder does not exist, or it
+    /// exists and is to be kept.
+    explicit OutputFile(const QString &fileName, Existing existing = Existing::Replace);
     ~OutputFile();
 
     /// Open for writing. Every write fails once the user has cancelled.
@@ -30,7 +40,7 @@ public:
 
     /// Throws the Failure for a writer that did not finish: a cancel, or an error of the device,
     /// which tells more than \a reason, else \a reason.
-    [[noreturn]] void fail(const QString &reason);
+    [[noreturn]] void fail(const QString &reason, ExitCode code = OutputError);
 
     /// Gives the file its name, and an existing target's permissions. Throws a Failure if anything
     /// could not be written.
@@ -41,6 +51,7 @@ private:
 
     QString m_fileName; // as the user gave it, for messages
     QString m_target; // links resolved
+    Existing m_existing;
     QFile::Permissions m_permissions;
     std::unique_ptr<Device> m_device;
 };

@@ -65,8 +65,9 @@ void writePage(Vellum &page, const QString &fileName, Progress &progress, int be
     checkFits(kind, page.size(), fileName);
     OutputFile output(fileName);
     progress.begin("write", begin, end);
-    const QByteArray exif = takeExif(page);
-    writePicture(page, exif, kind, false, progress, output);
+    WriteWishes wishes;
+    wishes.exif = takeExif(page);
+    writePicture(page, wishes, kind, progress, output);
     output.commit();
 }
 
@@ -89,7 +90,7 @@ int split(const SplitOptions &options)
         progress.begin("read", begin, read);
         Vellum page;
         const ReleasedAttachments released(page);
-        reader.readPage(i, page, progress, options.storage);
+        reader.readPage(i, page, progress, wholeOn(options.storage));
         tellOfConversion(fileName, i, page);
         const QString name = QStringLiteral("%1-%2.%3")
                                  .arg(QFileInfo(fileName).completeBaseName())
@@ -123,7 +124,7 @@ public:
             progress.begin("read", percentBefore(i, count, from, to),
                            percentBefore(i + 1, count, from, to));
             Vellum &page = m_pages.append(Vellum());
-            reader.readPage(i, page, progress, storage, m_limits);
+            reader.readPage(i, page, progress, wholeOn(storage), m_limits);
             tellOfConversion(fileName, i, page);
             if (m_limits.memory != Limits::kNone)
                 m_limits.memory -= pixelBytes(page.size(), page.format());

@@ -1,6 +1,5 @@
 #include "pipeline.h"
 
-#include "command.h"
 #include "messages.h"
 #include "rows.h"
 #include "writing.h"
@@ -9,8 +8,9 @@ namespace vellum::tool {
 
 namespace {
 
-constexpr int kReadEnd = 50; // percent, as is the next
-constexpr int kConvertEnd = 75;
+constexpr int kReadEnd = 50; // percent, as are the next
+constexpr int kStagesEnd = 72;
+constexpr int kPreparedEnd = 75;
 
 QElapsedTimer startedClock()
 {
@@ -21,65 +21,49 @@ QElapsedTimer startedClock()
 
 } // namespace
 
-void addInput(CLI::App &command, const char *name, std::string &input, const char *description)
-{
-    command.add_option(name, input, description)->required();
-}
-
-void addOutput(CLI::App &command, FileOptions &options)
-{
-    command
-        .add_option("OUT", options.output,
-                    "The file to write; its ending says which kind: .hrle (8-bit grey),\n"
-                    "or any kind Qt writes")
-        ->required();
-    addStorageOption(command, options.storage);
-    addProgressOption(command, options.progress);
-    addVerboseOption(command);
-}
-
-void addFiles(CLI::App &command, FileOptions &options)
-{
-    addInput(command, "IN", options.input, "The picture to read: .hrle, or any kind Qt reads");
-    addOutput(command, options);
-}
-
-Pipeline::Pipeline(const FileOptions &options)
-    : m_inName(fromShell(options.input)), m_outName(fromShell(options.output)),
-      m_kind(outputKind(m_outName)), m_storage(options.storage), m_clock(startedClock()),
-      m_reader(m_inName), m_output(m_outName), m_progress(options.progress, m_inName)
+Pipeline::Pipeline(const FileOptions &options, const FileJob &job, ProgressBoard &board)
+    : m_options(options), m_job(job), m_kind(outputKind(job.output)), m_clock(startedClock()),
+      m_reader(job.input), m_output(job.output, options.existing), m_progress(board, job.input)
 {
 }
 
-void Pipeline::checkFits(const QSize &size) const { tool::checkFits(m_kind, size, m_outName); }
+void Pipeline::checkFits(const QSize &size) const { tool::checkFits(m_kind, size, m_job.output); }
 
-Vellum Pipeline::read()
+Vellum Pipeline::read(const ReadWishes &wishes)
 {
-    begin("read", kReadEnd);
-    Vellum picture = m_reader.read(m_progress, m_storage);
-    tell(m_inName, "read", picture);
+    m_progress.begin("read", 0, kReadEnd);
+    m_percent = kReadEnd;
+    ReadWishes all = wishes;
+    all.storage = m_options.storage;
+    all.keepDamaged = m_options.keepGoing;
+    Vellum picture = m_reader.read(m_progress, all);
+    m_isWhole = m_reader.damage().isEmpty();
+    tell(m_job.input, "read", picture);
     return picture;
 }
 
-Progress &Pipeline::begin(const char *name, int to)
+Progress &Pipeline::begin(const char *name)
 {
-    m_progress.begin(name, m_percent, to);
-    m_percent = to;
+    const auto percentAt = [this](int stage) {
+        return kReadEnd + (kStagesEnd - kReadEnd) * qMin(stage, m_stages) / m_stages;
+    };
+    m_progress.begin(name, m_percent, percentAt(++m_stage));
+    m_percent = percentAt(m_stage);
     return m_progress;
 }
 
 void Pipeline::move(Vellum &picture)
 {
-    if (m_storage == Storage::Auto)
+    if (m_options.storage == Storage::Auto)
         return; // it lies already where it takes no more memory
-    picture = arranged(picture, picture.format(), m_storage, m_progress);
+    picture = arranged(picture, picture.format(), m_options.storage, m_progress);
     if (picture.isNull())
         m_output.fail(QStringLiteral("not enough memory for the picture"));
 }
 
 vellum::Storage Pipeline::storageFor(const QSize &size, QImage::Format format) const
 {
-    const bool big = chooseStorage(m_storage, pixelBytes(size, format)) == Storage::Big;
+    const bool big = chooseStorage(m_options.storage, pixelBytes(size, format)) == Storage::Big;
     return big ? vellum::Storage::Big : vellum::Storage::Plain;
 }
 
@@ -87,22 +71,31 @@ Vellum Pipeline::finished(Vellum result, const char *done)
 {
     if (result.isNull())
         m_output.fail(QStringLiteral("not enough memory for the picture"));
-    tell(m_outName, done, result);
+    tell(m_job.output, done, result);
     return result;
 }
 
-void Pipeline::write(Vellum &picture, const char *preparing)
+void Pipeline::write(Vellum &picture, const WriteWishes &wishes, const char *preparing)
 {
     checkFits(picture.size());
-    begin(preparing, kConvertEnd);
-    picture = prepared(picture, m_kind, m_storage, m_progress, m_output);
-    tell(m_outName, "converted", picture);
+    m_progress.begin(preparing, m_percent, kPreparedEnd);
+    picture = prepared(picture, m_kind, m_options.storage, m_progress, m_output);
+    tell(m_job.output, "converted", picture);
 
-    begin("write", 100);
-    writePicture(picture, m_reader.exif(), m_kind, m_cmyk, m_progress, m_output);
+    m_progress.begin("write", kPreparedEnd, 100);
+    WriteWishes all = wishes;
+    all.exif = m_reader.exif();
+    all.encoding = m_options.encoding;
+    writePicture(picture, all, m_kind, m_progress, m_output);
     m_output.commit();
-    tell(m_outName, "written", picture);
-    m_progress.finish();
+    tell(m_job.output, "written", picture);
+    tellDamage();
+}
+
+void Pipeline::tellDamage()
+{
+    if (!m_isWhole)
+        printError({Partial, m_job.input, m_reader.damage()});
 }
 
 void Pipeline::tell(const QString &file, const char *done, const Vellum &picture)

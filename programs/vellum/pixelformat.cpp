@@ -9,22 +9,26 @@ namespace vellum::tool {
 
 namespace {
 
-constexpr int kNameColumns = 78;
+constexpr int kNameColumns = 72; // a manual page indents them
 
 QString nameOf(QImage::Format format) { return formatName(format).toLower(); }
+
+std::string choices()
+{
+    QStringList names;
+    for (int i = QImage::Format_Invalid + 1; i < QImage::NImageFormats; ++i)
+        names += nameOf(QImage::Format(i));
+    return names.join('|').toStdString();
+}
 
 QImage::Format parsedFormat(const std::string &text)
 {
     const QString wanted = fromShell(text);
-    QStringList names;
     for (int i = QImage::Format_Invalid + 1; i < QImage::NImageFormats; ++i) {
-        const auto format = QImage::Format(i);
-        names += nameOf(format);
-        if (names.last() == wanted)
-            return format;
+        if (nameOf(QImage::Format(i)) == wanted)
+            return QImage::Format(i);
     }
-    throw CLI::ValidationError("--format",
-                               "'" + text + "' is none of " + names.join('|').toStdString());
+    throw CLI::ValidationError("--format", "'" + text + "' is none of " + choices());
 }
 
 } // namespace
@@ -43,7 +47,8 @@ void addFormatOptions(CLI::App &command, FormatOptions &options)
                 [&options](const std::string &text) { options.format = parsedFormat(text); },
                 "Convert the pixels to this format (see below) before they are written.\n"
                 "A kind of file that cannot hold it gets the nearest it can")
-            ->type_name("NAME");
+            ->type_name(choices())
+            ->option_text("NAME");
     addChoice(command, "--dither", options.dither,
               {{"threshold", Qt::ThresholdDither | Qt::ThresholdAlphaDither},
                {"ordered", Qt::OrderedDither | Qt::OrderedAlphaDither},

@@ -19,7 +19,7 @@ bool isTerminal(std::FILE *file);
 std::FILE *errorStream();
 
 /// Throws away what anybody prints to standard error while it lives, except through errorStream():
-/// some decoders print there, past all handlers.
+/// some decoders print there, past all handlers. Several may live at a time, on any thread.
 class Silence
 {
     Q_DISABLE_COPY(Silence)
@@ -27,9 +27,6 @@ class Silence
 public:
     Silence();
     ~Silence();
-
-private:
-    int m_standardError = -1; // a file descriptor
 };
 
 /// The permissions that a new file gets.
@@ -42,5 +39,9 @@ void syncToDisk(QFile &file);
 /// or the new one, where the system can do that.
 /// \return an empty string, or the reason of the failure
 QString replaceFile(const QString &from, const QString &to);
+
+/// Renames \a from to \a to unless that exists, however late it came into being.
+/// \return an empty string, or the reason of the failure
+QString placeNewFile(const QString &from, const QString &to);
 
 } // namespace vellum::tool::platform

@@ -60,4 +60,10 @@ QString replaceFile(const QString &from, const QString &to)
     return file.rename(to) ? QString() : file.errorString();
 }
 
+QString placeNewFile(const QString &from, const QString &to)
+{
+    QFile file(from);
+    return file.rename(to) ? QString() : file.errorString(); // replaces nothing
+}
+
 } // namespace vellum::tool::platform

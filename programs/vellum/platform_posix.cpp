@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -23,6 +24,20 @@ sigset_t stopSignals()
             sigaddset(&signals, number);
     }
     return signals;
+}
+
+/// Where standard error went while somebody wants silence.
+struct Redirection
+{
+    std::mutex mutex; // guards the others
+    int users = 0;
+    int standardError = -1; // a file descriptor
+};
+
+Redirection &redirection()
+{
+    static Redirection redirection;
+    return redirection;
 }
 
 } // namespace
@@ -54,31 +69,41 @@ std::FILE *errorStream()
 Silence::Silence()
 {
     errorStream(); // before it is too late
+    Redirection &r = redirection();
+    const std::lock_guard lock(r.mutex);
+    if (r.users++ > 0)
+        return;
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nowhere < 0)
         return;
     std::fflush(stderr);
-    m_standardError = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (m_standardError >= 0)
+    r.standardError = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (r.standardError >= 0)
         dup2(nowhere, STDERR_FILENO);
     close(nowhere);
 }
 
 Silence::~Silence()
 {
-    if (m_standardError < 0)
+    Redirection &r = redirection();
+    const std::lock_guard lock(r.mutex);
+    if (--r.users > 0 || r.standardError < 0)
         return;
     std::fflush(stderr);
-    dup2(m_standardError, STDERR_FILENO);
-    close(m_standardError);
+    dup2(r.standardError, STDERR_FILENO);
+    close(r.standardError);
+    r.standardError = -1;
 }
 
 bool isTerminal(std::FILE *file) { return isatty(fileno(file)) != 0; }
 
 QFile::Permissions newFilePermissions()
 {
-    const mode_t mask = umask(0); // there is no way to only ask
-    umask(mask);
+    static const mode_t mask = [] { // once: between the calls other threads would see none
+        const mode_t asked = umask(0); // there is no way to only ask
+        umask(asked);
+        return asked;
+    }();
     const mode_t mode = 0666 & ~mask;
     QFile::Permissions permissions;
     const auto allow = [&](mode_t bit, QFile::Permissions flags) {
@@ -103,6 +128,20 @@ QString replaceFile(const QString &from, const QString &to)
     if (std::rename(oldName.constData(), newName.constData()) == 0)
         return {};
     return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+QString placeNewFile(const QString &from, const QString &to)
+{
+    const QByteArray oldName = QFile::encodeName(from);
+    const QByteArray newName = QFile::encodeName(to);
+    // Unlike rename(), link() replaces nothing. Not all file systems have it.
+    if (link(oldName.constData(), newName.constData()) == 0) {
+        unlink(oldName.constData());
+        return {};
+    }
+    if (errno == EEXIST || QFile::exists(to))
+        return QString::fromLocal8Bit(std::strerror(EEXIST));
+    return replaceFile(from, to);
 }
 
 } // namespace vellum::tool::platform

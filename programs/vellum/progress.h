@@ -1,34 +1,35 @@
-// Showing how far a command is.
+// Showing how far a job is.
 #pragma once
 
+#include "progressboard.h"
 #include <vellum/image/progress.h>
 
 #include <QElapsedTimer>
 #include <QString>
 
+#include <memory>
+
 class Vellum;
 
 namespace vellum::tool {
 
-/// The progress of one command on one file, made of stages that follow each other.
+/// The progress on one file, made of stages that follow each other. Shown on a board, which has
+/// other files besides if the job has.
 ///
-/// Shown as a bar on standard error or as JSON lines on standard output, ten times a second at
-/// most. Reporting is cheap enough for every row.
+/// Reporting is cheap enough for every row. For one thread at a time.
 class Progress
 {
     Q_DISABLE_COPY(Progress)
 
 public:
-    enum class Mode {
-        Auto, ///< Bar if standard error is a terminal, else None
-        Bar,
-        Json,
-        None,
-    };
+    using Mode = ProgressBoard::Mode;
 
-    /// \param name  what the bar says is being worked on
+    /// On a board of its own, for a job of one file.
+    /// \param name  what the board says is being worked on
     Progress(Mode mode, const QString &name);
-    ~Progress(); ///< Removes a bar that did not get to the end.
+    /// On \a board, which must outlive it.
+    Progress(ProgressBoard &board, const QString &name);
+    ~Progress();
 
     /// Begins the stage \a name, in percent of the whole. Shown at once: some stages cannot
     /// tell how far they are. Several in a row with the same name count as one.
@@ -45,23 +46,15 @@ public:
     ProgressGuard watch(Vellum &image,
                         ProgressGuard::Positions positions = ProgressGuard::Positions::Rows);
 
-    /// All is done: shows 100 percent and the time taken.
+    /// All is done: finishes a board of its own.
     void finish();
 
 private:
-    void show(int percent);
-    QByteArray bar(int percent) const;
-    QByteArray jsonLine(int percent) const;
-    double secondsLeft(int percent) const;
-
-    Mode m_mode;
-    QString m_name;
-    const char *m_stage = "";
+    std::unique_ptr<ProgressBoard> m_ownBoard; // or null
+    ProgressBoard &m_board;
+    ProgressBoard::Entry m_entry;
     int m_from = 0;
     int m_to = 100;
-    int m_shownPercent = -1;
-    qint64 m_shownAt = 0; // milliseconds of m_clock
-    QElapsedTimer m_clock;
 };
 
 } // namespace vellum::tool

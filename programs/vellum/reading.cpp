@@ -1,7 +1,6 @@
 #include "reading.h"
 
 #include "cancel.h"
-#include "failure.h"
 #include "messages.h"
 #include "progress.h"
 
@@ -35,21 +34,23 @@ PictureReader::PictureReader(const QString &fileName) : m_fileName(fileName)
     const WarningLog log;
     m_file.emplace(fileName);
     if (!m_file->result())
-        fail(m_file->result().message);
+        fail(m_file->result().status, m_file->result().message);
     m_header = headerOf(m_file->info());
 }
 
-void PictureReader::fail(const QString &reason) const
+void PictureReader::fail(FileStatus status, const QString &reason) const
 {
     if (cancelFlag())
         throw cancelled(m_fileName);
+    if (status == FileStatus::OverLimit)
+        throw Failure(OverLimit, m_fileName, reason + QLatin1String(" (see --memory-limit)"));
     throw Failure(InputError, m_fileName, reason);
 }
 
-Vellum PictureReader::read(Progress &progress, Storage storage)
+Vellum PictureReader::read(Progress &progress, const ReadWishes &wishes)
 {
     Vellum picture;
-    readPage(0, picture, progress, storage);
+    readPage(0, picture, progress, wishes);
     m_exif = takeExif(picture);
     picture.freeChannelsData();
     return picture;
@@ -59,21 +60,26 @@ PictureHeader PictureReader::lookAt(int page)
 {
     const OpenResult result = m_file->lookAt(page);
     if (!result)
-        fail(result.message);
+        fail(result.status, result.message);
     return headerOf(m_file->info());
 }
 
-void PictureReader::readPage(int page, Vellum &picture, Progress &progress, Storage storage,
-                             const Limits &limits)
+void PictureReader::readPage(int page, Vellum &picture, Progress &progress,
+                             const ReadWishes &wishes, const Limits &limits)
 {
     OpenOptions options;
     options.page = page;
     options.limits = limits;
     options.format = OpenedFormat::AsDecoded;
     options.colors = PixelColors::FileOwn;
-    if (storage != Storage::Auto)
-        options.storage = storage == Storage::Big ? vellum::Storage::Big : vellum::Storage::Plain;
+    if (wishes.storage != Storage::Auto) {
+        const bool big = wishes.storage == Storage::Big;
+        options.storage = big ? vellum::Storage::Big : vellum::Storage::Plain;
+    }
     options.bigFrom = kBigFrom;
+    options.region = wishes.region;
+    options.size = wishes.size;
+    options.keepDamaged = wishes.keepDamaged;
     options.cancel = &cancelFlag();
     options.progress = [&progress](int percent) {
         progress.reportPart(percent, 100);
@@ -81,13 +87,17 @@ void PictureReader::readPage(int page, Vellum &picture, Progress &progress, Stor
     };
     const WarningLog log;
     const OpenResult result = m_file->read(picture, options);
-    if (result.status == FileStatus::Damaged)
-        fail(log.warnings().value(0, result.message)); // the decoder's own words tell more
-    if (!result)
-        fail(result.message);
-    const QString incomplete = incompleteness(log.warnings());
-    if (!incomplete.isEmpty())
-        fail(incomplete);
+    m_damage = result.status == FileStatus::Damaged
+        ? log.warnings().value(0, result.message) // the decoder's own words tell more
+        : incompleteness(log.warnings());
+    if (!m_damage.isEmpty() && (!wishes.keepDamaged || picture.isNull()))
+        fail(FileStatus::Damaged, m_damage);
+    if (!result && result.status != FileStatus::Damaged)
+        fail(result.status, result.message);
+    if (!m_damage.isEmpty() && result.rowsRead >= 0) {
+        m_damage +=
+            QStringLiteral("; %1 of %2 rows were read").arg(result.rowsRead).arg(picture.height());
+    }
 }
 
 ReleasedAttachments::~ReleasedAttachments()

@@ -1,10 +1,12 @@
 // Reading a picture from a file of any kind.
 #pragma once
 
+#include "failure.h"
 #include "storage.h"
 #include <vellum/vellum.h>
 
 #include <QImage>
+#include <QRect>
 #include <QSize>
 #include <QString>
 
@@ -22,6 +24,23 @@ struct PictureHeader
     QImage::Format format = QImage::Format_Invalid; ///< as it will be; invalid if unknown
 };
 
+/// What of a picture is to be read, and how.
+struct ReadWishes
+{
+    Storage storage = Storage::Plain;
+    QRect region; ///< in pixels of the upright picture; all of it when null
+    QSize size; ///< to which it is reduced while it is read; its own when empty
+    bool keepDamaged = false; ///< take what could be read, see PictureReader::damage()
+};
+
+/// All of the picture, undamaged, on \a storage.
+inline ReadWishes wholeOn(Storage storage)
+{
+    ReadWishes wishes;
+    wishes.storage = storage;
+    return wishes;
+}
+
 /// True for a name that selects the library's own format. Upper case does not.
 bool isHrleName(const QString &fileName);
 
@@ -37,10 +56,13 @@ public:
 
     const PictureHeader &header() const { return m_header; }
 
-    /// The picture as the decoder gives it, on \a storage, turned upright if the file says how.
-    /// Never null: throws a Failure if it cannot be read whole or the user cancels. Call once.
+    /// The picture as the decoder gives it, turned upright if the file says how. Never null:
+    /// throws a Failure if it cannot be read or the user cancels. Call once.
     /// It has no attachments, which none of the steps that follow would carry on.
-    Vellum read(Progress &progress, Storage storage = Storage::Plain);
+    Vellum read(Progress &progress, const ReadWishes &wishes = {});
+
+    /// What is wrong with the picture that was read, if it was not read whole; else empty.
+    const QString &damage() const { return m_damage; }
 
     int pages() const { return m_file->info().pages; } ///< of the file; 1 where it does not tell
 
@@ -50,19 +72,20 @@ public:
 
     /// Reads \a page, from 0 on and none twice, into \a picture as read() does, but with EXIF data
     /// and extra channels attached; see ReleasedAttachments.
-    void readPage(int page, Vellum &picture, Progress &progress, Storage storage,
+    void readPage(int page, Vellum &picture, Progress &progress, const ReadWishes &wishes,
                   const Limits &limits = defaultLimits());
 
     /// The EXIF block of the picture that was read; empty when it has none.
     const QByteArray &exif() const { return m_exif; }
 
 private:
-    [[noreturn]] void fail(const QString &reason) const;
+    [[noreturn]] void fail(FileStatus status, const QString &reason) const;
 
     QString m_fileName;
     std::optional<PictureFile> m_file; // from the constructor on
     PictureHeader m_header;
     QByteArray m_exif;
+    QString m_damage;
 };
 
 /// Releases what is attached to a picture at the end of the block.

@@ -69,29 +69,37 @@ Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, 
     return result;
 }
 
-void writePicture(Vellum &picture, const QByteArray &exif, const QByteArray &kind, bool cmyk,
+void writePicture(Vellum &picture, const WriteWishes &wishes, const QByteArray &kind,
                   Progress &progress, OutputFile &output)
 {
     SaveOptions options;
     options.format = kind.isEmpty() ? QByteArrayLiteral("hrle") : kind;
     options.colors = PixelColors::FileOwn;
-    options.cmyk = cmyk;
+    options.cmyk = !wishes.press.isEmpty();
+    options.profile = wishes.press;
+    options.conversion = wishes.conversion;
+    options.quality = wishes.encoding.quality;
+    options.compression = wishes.encoding.compression;
+    options.progressive = wishes.encoding.progressive;
+    options.subType = QByteArray::fromStdString(wishes.encoding.subType);
     options.cancel = &cancelFlag();
     options.progress = [&progress](int percent) {
         progress.reportPart(percent, 100);
         return true;
     };
     const WarningLog log;
-    if (!exif.isEmpty()) {
-        if (void *const copy = std::malloc(size_t(exif.size())))
-            picture.setExifData(
-                static_cast<char *>(std::memcpy(copy, exif.constData(), size_t(exif.size()))),
-                exif.size());
+    const auto exifBytes = size_t(wishes.exif.size());
+    if (exifBytes > 0) {
+        if (void *const copy = std::malloc(exifBytes)) {
+            std::memcpy(copy, wishes.exif.constData(), exifBytes);
+            picture.setExifData(static_cast<char *>(copy), wishes.exif.size());
+        }
     }
     const SaveResult result = saveImage(picture, *output.device(), options);
     takeExif(picture);
     if (!result)
-        output.fail(result.message);
+        output.fail(result.message,
+                    result.status == FileStatus::OverLimit ? OverLimit : OutputError);
 }
 
 QString described(const Vellum &picture)

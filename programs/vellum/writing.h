@@ -1,6 +1,7 @@
 // Writing a picture to a file of any kind.
 #pragma once
 
+#include "filejobs.h"
 #include "storage.h"
 #include <vellum/vellum.h>
 
@@ -24,9 +25,17 @@ void checkFits(const QByteArray &kind, const QSize &size, const QString &fileNam
 Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, Progress &progress,
                 OutputFile &output);
 
-/// Writes what prepared() returned, with this EXIF block, as CMYK if asked for. Throws a Failure if
-/// that is not possible or the user cancels.
-void writePicture(Vellum &picture, const QByteArray &exif, const QByteArray &kind, bool cmyk,
+/// How a picture is to be written.
+struct WriteWishes
+{
+    QByteArray exif; ///< a block to go along
+    QByteArray press; ///< the CMYK profile of the inks to write; empty: none
+    ColorConversion conversion; ///< to these inks
+    EncodingOptions encoding;
+};
+
+/// Writes what prepared() returned. Throws a Failure if that is not possible or the user cancels.
+void writePicture(Vellum &picture, const WriteWishes &wishes, const QByteArray &kind,
                   Progress &progress, OutputFile &output);
 
 /// "67 x 41 RGB32, plain"

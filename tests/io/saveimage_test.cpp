@@ -285,6 +285,26 @@ TEST_F(SaveImage, CmykIsRefusedWhereNoPluginWritesIt)
     expectFailure(FileStatus::NotAPicture, noise(), "a.hrle", options);
 }
 
+TEST_F(SaveImage, InksAreThoseOfTheProfileThatIsAskedFor)
+{
+    provideWriter("shared");
+    QByteArray press;
+    recorder().first.write = [&](const QImage &image, QIODevice *) {
+        return Vellum::getVellum(const_cast<QImage *>(&image))->getCmykIccProfile(press);
+    };
+    SaveOptions options;
+    options.cmyk = true;
+    options.profile = cmykProfile();
+    Vellum image = noise();
+    image.setIccProfile(wideProfile());
+    options.colors = PixelColors::FileOwn;
+    ASSERT_TRUE(saveImage(image, path("a.shared"), options));
+    EXPECT_EQ(press, options.profile);
+
+    options.profile = wideProfile();
+    expectFailure(FileStatus::NotWritten, image, "a.shared", options);
+}
+
 TEST_F(SaveImage, ExifDataGoesAlong)
 {
     provideWriter("shared");

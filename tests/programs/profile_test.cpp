@@ -172,19 +172,30 @@ TEST(ConvertToProfile, CmykIsRefusedWhereItCannotBeHad)
     EXPECT_EQ(png.exitCode, 3);
     EXPECT_TRUE(isOneErrorLine(png.err, "CMYK"));
 
-    const QStringList tiff {"convert", "--to-profile", "cmyk", picture, folder.path("b.tif")};
-    EXPECT_EQ(runTool(tiff + QStringList {"--intent", "relative"}).exitCode, 1);
-    EXPECT_EQ(runTool(tiff + QStringList {"--black-point", "on"}).exitCode, 1);
+    EXPECT_EQ(folder.names(), QStringList("a.png"));
+}
 
-    QFile other(folder.path("other.icc"));
-    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
-    other.write(cmykProfile());
-    other.close();
-    const ToolResult custom =
-        runTool({"convert", "--to-profile", other.fileName(), picture, folder.path("b.tif")});
-    EXPECT_EQ(custom.exitCode, 1);
-    EXPECT_TRUE(isOneErrorLine(custom.err, "CMYK"));
-    EXPECT_EQ(folder.names(), (QStringList {"a.png", "other.icc"}));
+TEST(ConvertToProfile, AnyPressAndIntentMayBeAskedFor)
+{
+    const Folder folder;
+    const QString picture = folder.write("a.png", encoded(adobePicture(), "png"));
+    const QString press = folder.write("other.icc", cmykProfile());
+    const QString file = folder.path("b.tif");
+    const auto inks = [&](const QString &profile, const QStringList &how) {
+        const ToolResult result = runTool(QStringList {"convert", "--to-profile", profile} + how +
+                                          QStringList {picture, file});
+        EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+        return folder.read("b.tif");
+    };
+    EXPECT_FALSE(inks(press, {}).isEmpty());
+    ASSERT_EQ(runTool({"profile", "--extract", folder.path("b.icc"), file}).exitCode, 0);
+    EXPECT_EQ(folder.read("b.icc"), folder.read("other.icc"));
+
+    const QByteArray perceptual = inks("cmyk", {});
+    const QByteArray relative = inks("cmyk", {"--intent", "relative"});
+    EXPECT_TRUE(inks("cmyk", {"--intent", "perceptual"}) == perceptual);
+    EXPECT_FALSE(relative == perceptual);
+    EXPECT_FALSE(inks("cmyk", {"--intent", "relative", "--black-point", "on"}) == relative);
 }
 
 TEST(ConvertToProfile, NoProfileIsAnInputError)

@@ -31,14 +31,19 @@ quint32 crc32(const QByteArray &bytes)
 
 } // namespace
 
-RunningTool::RunningTool(const QStringList &arguments, const QString &setUp)
+void makeApplication()
 {
-    if (!QCoreApplication::instance()) { // QProcess wants one
+    if (!QCoreApplication::instance()) {
         static int argc = 1;
         static char name[] = "test";
         static char *argv[] = {name, nullptr};
         static const QCoreApplication application(argc, argv);
     }
+}
+
+RunningTool::RunningTool(const QStringList &arguments, const QString &setUp)
+{
+    makeApplication();
     const QStringList shell {QStringLiteral("-c"), setUp + QLatin1String("; exec \"$0\" \"$@\""),
                              QStringLiteral(VELLUM_TOOL)};
     m_process.start(QStringLiteral("/bin/sh"), shell + arguments, QIODevice::ReadOnly);

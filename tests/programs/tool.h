@@ -14,6 +14,9 @@
 
 namespace vellum::test {
 
+/// Makes the application object that QProcess wants, if there is none.
+void makeApplication();
+
 struct ToolResult
 {
     int exitCode; ///< -1 when a signal ended it

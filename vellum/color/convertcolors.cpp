@@ -2,6 +2,7 @@
 #include <vellum/color/lcmsmanager.h>
 #include <vellum/color/parallelrows_p.h>
 #include <vellum/color/profilesources_p.h>
+#include <vellum/color/transforms_p.h>
 #include <vellum/image/derived_p.h>
 
 #include <QColorSpace>
@@ -101,19 +102,6 @@ bool isSameProfile(const QByteArray &a, const QByteArray &b)
     return a == b || (a.size() == b.size() && colorsOf(a) == colorsOf(b));
 }
 
-/// lcms2's number for intent and treatment of black; below 0 when they do not go together.
-int intentNumber(const ColorConversion &conversion)
-{
-    const int intent = int(conversion.intent);
-    if (conversion.blackPreservation == BlackPreservation::None)
-        return intent;
-    if (conversion.intent == RenderingIntent::AbsoluteColorimetric)
-        return -1;
-    const bool pureBlack = conversion.blackPreservation == BlackPreservation::PureBlack;
-    return intent +
-        (pureBlack ? INTENT_PRESERVE_K_ONLY_PERCEPTUAL : INTENT_PRESERVE_K_PLANE_PERCEPTUAL);
-}
-
 Vellum makeResult(const Vellum &image, QImage::Format format)
 {
     Vellum result;
@@ -166,7 +154,7 @@ Vellum convertColors(const Vellum &image, const QByteArray &source, const QByteA
     const QByteArray &to = destination.isEmpty() ? srgbBytes() : destination;
     const Profile fromProfile = color::openProfile(from);
     const Profile toProfile = color::openProfile(to);
-    const int intent = intentNumber(conversion);
+    const int intent = color::intentNumber(conversion);
     if (!fromProfile || !toProfile || intent < 0)
         return {};
     const cmsColorSpaceSignature toSpace = cmsGetColorSpace(toProfile.get());

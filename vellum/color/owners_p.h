@@ -1,6 +1,8 @@
 // Owners of lcms2 handles.
 #pragma once
 
+#include <vellum/color/presscolors.h>
+
 #include <lcms2.h>
 
 #include <memory>
@@ -26,6 +28,7 @@ struct SaveTransform
 {
     Transform transform;
     bool released = false; ///< the save it was made for is over
+    PressColors colors; ///< from where to where
 };
 
 } // namespace vellum::color

@@ -51,6 +51,18 @@ Transform makeSaveTransform(unsigned int inFormat, unsigned int outFormat, const
                                                     cmsFLAGS_BLACKPOINTCOMPENSATION));
 }
 
+int intentNumber(const ColorConversion &conversion)
+{
+    const int intent = int(conversion.intent);
+    if (conversion.blackPreservation == BlackPreservation::None)
+        return intent;
+    if (conversion.intent == RenderingIntent::AbsoluteColorimetric)
+        return -1;
+    const bool pureBlack = conversion.blackPreservation == BlackPreservation::PureBlack;
+    return intent +
+        (pureBlack ? INTENT_PRESERVE_K_ONLY_PERCEPTUAL : INTENT_PRESERVE_K_PLANE_PERCEPTUAL);
+}
+
 void transformLines(void *transform, const Lines &lines)
 {
     if (transform) {

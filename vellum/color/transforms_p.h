@@ -1,6 +1,7 @@
 // Transforms between file colours and the display's, and their use on rows.
 #pragma once
 
+#include <vellum/color/convertcolors.h>
 #include <vellum/color/owners_p.h>
 #include <vellum/image/vellum.h>
 
@@ -16,6 +17,9 @@ namespace vellum::color {
 /// \return null as makeReadTransform() does; also when \a icc is empty, which leaves sRGB alone
 [[nodiscard]] Transform makeSaveTransform(unsigned int inFormat, unsigned int outFormat,
                                           const QByteArray &icc);
+
+/// lcms2's number for intent and treatment of black; below 0 when they do not go together.
+[[nodiscard]] int intentNumber(const ColorConversion &conversion);
 
 /// The parameters of lcms2's line-stride call, as codecs pass them.
 struct Lines

@@ -1,9 +1,11 @@
 // The CMYK side of the image class: transforms that all images share, profiles, saving as CMYK.
 
 #include <vellum/color/lcmsmanager.h>
+#include <vellum/color/presscolors.h>
 #include <vellum/color/profilesources_p.h>
 #include <vellum/color/transforms_p.h>
 
+using vellum::PressColors;
 using vellum::color::Profile;
 using vellum::color::ProfileCache;
 using vellum::color::SaveTransform;
@@ -35,6 +37,43 @@ void publish(std::atomic<void *> &shared, Make make)
         static_cast<void>(transform.release());
 }
 
+QByteArray pressFileProfile(ProfileCache &cache)
+{
+    return cache.get([] { return vellum::color::serialised(vellum::color::openCmykFile()); });
+}
+
+/// Without a transform when \a format has none.
+/// \param cache  holds the profile of the press that stands for none
+std::shared_ptr<SaveTransform> makeSaveTransform(const PressColors &colors, QImage::Format format,
+                                                 ProfileCache &cache)
+{
+    using vellum::color::openProfile;
+    const Profile source(colors.source.isEmpty() ? cmsCreate_sRGBProfile()
+                                                 : openProfile(colors.source).release());
+    const Profile press =
+        openProfile(colors.press.isEmpty() ? pressFileProfile(cache) : colors.press);
+    const unsigned int inFormat = CVlLcmsManager::toLcmsFormat(format);
+
+    auto record = std::make_shared<SaveTransform>();
+    record->colors = colors;
+    if (press && inFormat != 0) {
+        cmsHPROFILE chain[] = {source.get(), press.get()};
+        const auto intent = cmsUInt32Number(vellum::color::intentNumber(colors.conversion));
+        const cmsUInt32Number flags =
+            colors.conversion.blackPointCompensation ? cmsFLAGS_BLACKPOINTCOMPENSATION : 0U;
+        record->transform.reset(
+            cmsCreateMultiprofileTransform(chain, 2, inFormat, TYPE_CMYK_8, intent, flags));
+    }
+    return record;
+}
+
+/// True also for no profile, which stands for one that fits.
+bool isOfSpace(const QByteArray &icc, cmsColorSpaceSignature space)
+{
+    const Profile profile = vellum::color::openProfile(icc);
+    return icc.isEmpty() || (profile && cmsGetColorSpace(profile.get()) == space);
+}
+
 } // namespace
 
 void Vellum::prepareCmykToRgbTransform()
@@ -63,8 +102,11 @@ void Vellum::CmykToBgr(unsigned char *bgr, unsigned char *cmyk, unsigned int cou
 
 bool Vellum::getCmykIccProfile(QByteArray &out)
 {
-    out =
-        m_cmykProfile.get([] { return vellum::color::serialised(vellum::color::openCmykFile()); });
+    if (isSaveCmykPrepared() && !m_saveCmykTransform->colors.press.isEmpty()) {
+        out = m_saveCmykTransform->colors.press;
+        return true;
+    }
+    out = pressFileProfile(m_cmykProfile);
     return true;
 }
 
@@ -82,22 +124,19 @@ bool Vellum::getXyzIccProfile(QByteArray &out)
 
 void Vellum::prepareSaveCmyk() { prepareSaveCmyk(format()); }
 
-void Vellum::rePrepareSaveCmyk(QImage::Format format) { prepareSaveCmyk(format); }
-
 void Vellum::prepareSaveCmyk(QImage::Format format)
 {
-    QByteArray icc;
-    getCmykIccProfile(icc);
-    const Profile display(cmsCreate_sRGBProfile());
-    const Profile press = vellum::color::openProfile(icc);
-    const unsigned int inFormat = CVlLcmsManager::toLcmsFormat(format);
+    shareSaveCmyk(makeSaveTransform({}, format, m_cmykProfile));
+}
 
-    const auto record = std::make_shared<SaveTransform>();
-    if (press && inFormat != 0) {
-        cmsHPROFILE chain[] = {display.get(), press.get()};
-        record->transform.reset(
-            cmsCreateMultiprofileTransform(chain, 2, inFormat, TYPE_CMYK_8, INTENT_PERCEPTUAL, 0));
-    }
+void Vellum::rePrepareSaveCmyk(QImage::Format format)
+{
+    const PressColors colors = isSaveCmykPrepared() ? m_saveCmykTransform->colors : PressColors();
+    shareSaveCmyk(makeSaveTransform(colors, format, m_cmykProfile));
+}
+
+void Vellum::shareSaveCmyk(const std::shared_ptr<SaveTransform> &record)
+{
     // A chain closed to a ring ends where the record is met again.
     for (Vellum *page = this; page && page->m_saveCmykTransform != record;
          page = page->m_nextImage) {
@@ -105,6 +144,19 @@ void Vellum::prepareSaveCmyk(QImage::Format format)
         page->m_saveCmykTransform = record;
     }
 }
+
+namespace vellum {
+
+bool prepareSaveCmyk(Vellum &image, const PressColors &colors)
+{
+    if (!isOfSpace(colors.press, cmsSigCmykData) || !isOfSpace(colors.source, cmsSigRgbData) ||
+        color::intentNumber(colors.conversion) < 0)
+        return false;
+    image.shareSaveCmyk(makeSaveTransform(colors, image.format(), Vellum::m_cmykProfile));
+    return true;
+}
+
+} // namespace vellum
 
 void Vellum::releaseSaveCmyk()
 {

@@ -14,10 +14,16 @@
 #include <memory>
 
 class QImageReader;
+class Vellum;
 
 namespace vellum::image {
 class HeldAttachments;
 class RowStore;
+}
+
+namespace vellum {
+struct PressColors;
+VELLUM_EXPORT bool prepareSaveCmyk(Vellum &image, const PressColors &colors);
 }
 
 namespace vellum::color {
@@ -325,7 +331,8 @@ public:
     ///
     /// There is none for formats without an lcms2 code and for grey: a writer that finds
     /// hasSaveCmykTransform() false expands rows to RGB32, calls this with QImage::Format_RGB32
-    /// and hands those rows to doCmykTransform().
+    /// and hands those rows to doCmykTransform(). The colours are those above, or those of
+    /// vellum::prepareSaveCmyk().
     void rePrepareSaveCmyk(QImage::Format format);
     void doCmykTransform(const void *in, void *out, unsigned int pixelsPerLine,
                          unsigned int lineCount, unsigned int bytesPerLineIn,
@@ -346,7 +353,8 @@ public:
     /// The way back, of BgrToCmyk(), from C, M, Y, K to B, G, R.
     static void CmykToBgr(unsigned char *bgr, unsigned char *cmyk, unsigned int count);
 
-    /// "cmyk.icm" of the profile folder; empty, with a debug line, when it cannot be read.
+    /// "cmyk.icm" of the profile folder; empty, with a debug line, when it cannot be read. While
+    /// this image is prepared for another press by vellum::prepareSaveCmyk(), that one's.
     /// CVlLcmsManager::setDefaultCmykIcc() does not change it. \return always true
     bool getCmykIccProfile(QByteArray &out);
     /// The profile of CVlLcmsManager::getDefaultLabIccProfile(). \return always true
@@ -579,7 +587,9 @@ private:
     bool loadPlain(QImageReader &reader);
     void prepareSaveCmyk();
     void prepareSaveCmyk(QImage::Format format);
+    void shareSaveCmyk(const std::shared_ptr<vellum::color::SaveTransform> &record);
     void releaseSaveCmyk();
+    friend bool vellum::prepareSaveCmyk(Vellum &, const vellum::PressColors &);
 
     // Set to null by every constructor; kept free for additions that keep the layout.
     void *m_reserved1 = nullptr;

@@ -1,3 +1,5 @@
+#include <vellum/color/presscolors.h>
+#include <vellum/color/profileinfo.h>
 #include <vellum/convert/convert.h>
 #include <vellum/io/encoding_p.h>
 #include <vellum/io/hrlehandler.h>
@@ -85,13 +87,15 @@ ColorOutcome convertColors(Vellum &image, const SaveOptions &options, JobProgres
     const bool areOwn = options.colors == PixelColors::FileOwn && !image.isOrgFileCmyk();
     const QByteArray own = areOwn ? image.getIccProfile() : QByteArray();
     if (options.cmyk) {
+        if (describeProfile(own).colorSpace == QLatin1String("RGB"))
+            return ColorOutcome::Done; // the inks are made from these colours, row by row
         const ColorOutcome outcome =
             own.isEmpty() ? ColorOutcome::Done : toSrgb(image, own, progress);
-        image.setIccProfile({}); // the plugin embeds that of the press
+        image.setIccProfile({});
         return outcome;
     }
     if (!options.profile.isEmpty())
-        return toProfile(image, own, options.profile, progress);
+        return toProfile(image, own, options.profile, options.conversion, progress);
     if (options.colors == PixelColors::Srgb && !image.getIccProfile().isEmpty())
         image.setIccProfile({}); // not that of the pixels
     return ColorOutcome::Done;
@@ -149,8 +153,11 @@ SaveResult encodeWithPlugin(Vellum &image, const Encoder &encoder, QIODevice &de
     settings.optimizedWrite = options.optimized;
     settings.progressiveScanWrite = options.progressive;
     passSettings(*handler, settings);
-    if (options.cmyk)
-        image.rePrepareSaveCmyk(image.format());
+    if (options.cmyk &&
+        !prepareSaveCmyk(image, {options.profile, image.getIccProfile(), options.conversion})) {
+        return saveFailure(FileStatus::NotWritten,
+                           QStringLiteral("its colours cannot be converted to CMYK"));
+    }
 
     const auto guards = watchChain(image, progress);
     if (handler->write(image))
@@ -225,9 +232,10 @@ SaveResult makeReady(Vellum &image, const Encoder &encoder, const SaveOptions &o
                            QStringLiteral("files of kind %1 cannot be written in CMYK")
                                .arg(QString::fromLatin1(encoder.format)));
     }
-    if (options.cmyk && !options.profile.isEmpty()) {
-        return saveFailure(FileStatus::NotAPicture,
-                           QStringLiteral("both CMYK and a profile are asked for"));
+    if (options.cmyk && !options.profile.isEmpty() &&
+        describeProfile(options.profile).colorSpace != QLatin1String("CMYK")) {
+        return saveFailure(FileStatus::NotWritten,
+                           QStringLiteral("its colours cannot be converted to the profile"));
     }
     if (encoder.kind == Encoder::Hrle) {
         const QString fault = hrleFault(image.size());

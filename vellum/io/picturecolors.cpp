@@ -110,17 +110,18 @@ ColorOutcome convertPalette(Vellum &image, JobProgress &progress, Convert conver
 }
 
 ColorOutcome convertPixels(Vellum &image, const QByteArray &from, const QByteArray &to,
-                           JobProgress &progress)
+                           const ColorConversion &conversion, JobProgress &progress)
 {
     const bool fromGrey = from.isEmpty() ? isGrey(image.format()) : spaceOf(from) == cmsSigGrayData;
     if (fromGrey && !isGrey(image.format()))
         return ColorOutcome::Impossible;
     const QImage::Format format = convertibleFormat(image, fromGrey);
     const Vellum sample = converted(image.copy(0, 0, 1, 1), format);
-    if (convertColors(sample, from, to).isNull())
+    if (convertColors(sample, from, to, conversion).isNull())
         return ColorOutcome::Impossible;
     const bool done = toFormat(image, format, progress) &&
-        replace(image, progress, [&](const Vellum &in) { return convertColors(in, from, to); });
+        replace(image, progress,
+                [&](const Vellum &in) { return convertColors(in, from, to, conversion); });
     return done ? ColorOutcome::Done : ColorOutcome::Failed;
 }
 
@@ -143,7 +144,7 @@ ColorOutcome toSrgb(Vellum &image, const QByteArray &profile, JobProgress &progr
         outcome = convertPalette(image, progress,
                                  [&](Vellum &row) { return toSrgb(row, profile, progress); });
     } else {
-        outcome = convertPixels(image, profile, {}, progress);
+        outcome = convertPixels(image, profile, {}, {}, progress);
         if (outcome == ColorOutcome::Done && isGrey(format) && !toFormat(image, format, progress))
             outcome = ColorOutcome::Failed;
     }
@@ -155,9 +156,11 @@ ColorOutcome toSrgb(Vellum &image, const QByteArray &profile, JobProgress &progr
 }
 
 ColorOutcome toProfile(Vellum &image, const QByteArray &from, const QByteArray &to,
-                       JobProgress &progress)
+                       const ColorConversion &conversion, JobProgress &progress)
 {
-    const auto convert = [&](Vellum &pixels) { return convertPixels(pixels, from, to, progress); };
+    const auto convert = [&](Vellum &pixels) {
+        return convertPixels(pixels, from, to, conversion, progress);
+    };
     // The palette of a grey picture would not be one of its colours.
     const ColorOutcome outcome = hasPalette(image) && spaceOf(to) == cmsSigRgbData
         ? convertPalette(image, progress, convert)

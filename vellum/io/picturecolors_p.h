@@ -1,6 +1,7 @@
 // Colours of whole pictures of any format, palettes included.
 #pragma once
 
+#include <vellum/color/convertcolors.h>
 #include <vellum/image/vellum.h>
 #include <vellum/io/filestatus.h>
 #include <vellum/io/jobprogress_p.h>
@@ -29,6 +30,6 @@ enum class ColorOutcome {
 /// Converts \a image from the profile \a from (empty: sRGB) to the profile \a to, which it
 /// carries from then on. Grey pixels become coloured ones unless \a to is grey.
 [[nodiscard]] ColorOutcome toProfile(Vellum &image, const QByteArray &from, const QByteArray &to,
-                                     JobProgress &progress);
+                                     const ColorConversion &conversion, JobProgress &progress);
 
 } // namespace vellum::io

@@ -1,6 +1,7 @@
 // Writing pictures for an application: complete files or none, colours, and what went wrong.
 #pragma once
 
+#include <vellum/color/convertcolors.h>
 #include <vellum/export.h>
 #include <vellum/image/progress.h>
 #include <vellum/io/filestatus.h>
@@ -33,9 +34,10 @@ struct SaveOptions
     /// The profile to which colours are converted and that is embedded. When empty, the colours
     /// stay as they are: with the image's profile for PixelColors::FileOwn, with none for sRGB.
     QByteArray profile;
-    /// CMYK of "cmyk.icm", where a plugin writes it, which it declares by "VellumCmyk": true in its
-    /// metadata. Not together with a profile.
+    /// The inks of the CMYK profile above, or of "cmyk.icm" when that is empty, where a plugin
+    /// writes them, which it declares by "VellumCmyk": true in its metadata.
     bool cmyk = false;
+    ColorConversion conversion; ///< to the profile or the inks, but for black preservation
 
     /// Nothing is written, but the file that would be is made and its bytes are counted.
     bool sizeOnly = false;
