@@ -4,13 +4,12 @@
 #include "completion.h"
 #include "failure.h"
 #include "manual.h"
+#include "printing.h"
 #include <vellum/version.h>
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <cstdio>
 
 namespace vellum::tool {
 
@@ -19,13 +18,7 @@ namespace {
 /// Has \a parse end well, with nothing more to do.
 [[noreturn]] void endParsing() { throw CLI::Success(); }
 
-void print(const std::string &text)
-{
-    const bool written =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-    if (!written)
-        throw Failure(OutputError, {}, QStringLiteral("standard output cannot be written"));
-}
+void print(const std::string &text) { printOut(QByteArray::fromStdString(text)); }
 
 std::string versions()
 {

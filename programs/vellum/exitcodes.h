@@ -19,9 +19,11 @@ constexpr ExitMeaning kExitMeanings[] = {
      "An input does not exist, is no picture or is damaged."},
     {OutputError, "the output cannot be written",
      "The output cannot be written; an existing file is as it was."},
-    {4, "over a limit", "A picture needs more memory or has more pixels than the limits allow."},
-    {5, "done in part", "Some of several inputs could not be worked on, or only part of one."},
-    {6, "different", "Pictures that were compared are different."},
+    {OverLimit, "over the memory limit",
+     "The pixels of a picture would take more memory than the limit."},
+    {Partial, "done in part",
+     "Some of several inputs could not be worked on, or only part of one."},
+    {Different, "different", "Pictures that were compared are different."},
     {WasCancelled, "cancelled", "Cancelled by Ctrl-C or a signal; an existing file is as it was."},
 };
 

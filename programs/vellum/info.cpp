@@ -3,6 +3,7 @@
 #include "command.h"
 #include "failure.h"
 #include "fileheader.h"
+#include "printing.h"
 #include "reading.h"
 
 #include <QFile>
@@ -12,7 +13,6 @@
 #include <QJsonObject>
 #include <QLocale>
 
-#include <cstdio>
 #include <memory>
 #include <vector>
 
@@ -110,15 +110,6 @@ QString toText(const QString &fileName, const Facts &facts)
             .arg(bytes(facts.pixelBytes), QLatin1String(storageName(facts.storage)));
 }
 
-void print(const QByteArray &text)
-{
-    const bool written =
-        std::fwrite(text.constData(), 1, size_t(text.size()), stdout) == size_t(text.size()) &&
-        std::fflush(stdout) == 0;
-    if (!written)
-        throw Failure(OutputError, {}, QStringLiteral("standard output cannot be written"));
-}
-
 int run(const Options &options)
 {
     int code = Done;
@@ -130,7 +121,7 @@ int run(const Options &options)
             if (options.json)
                 all.append(toJson(fileName, facts));
             else
-                print(toText(fileName, facts).toLocal8Bit());
+                printOut(toText(fileName, facts).toLocal8Bit());
         } catch (const Failure &failure) {
             if (failure.code != InputError)
                 throw;
@@ -141,7 +132,7 @@ int run(const Options &options)
         }
     }
     if (options.json)
-        print(QJsonDocument(all).toJson());
+        printOut(QJsonDocument(all).toJson());
     return code;
 }
 

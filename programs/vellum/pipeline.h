@@ -27,6 +27,7 @@ public:
     const QString &inputName() const { return m_job.input; }
     const QString &outputName() const { return m_job.output; }
     Storage storage() const { return m_options.storage; }
+    bool tellsJson() const { return m_options.progress == ProgressBoard::Mode::Json; }
     OutputFile &output() { return m_output; }
 
     /// Throws a Failure if the kind of file to write cannot hold a picture of \a size. To be asked

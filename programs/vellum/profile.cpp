@@ -3,6 +3,7 @@
 #include "command.h"
 #include "failure.h"
 #include "outputfile.h"
+#include "printing.h"
 #include "profiles.h"
 #include "reading.h"
 
@@ -10,7 +11,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
 #include <memory>
 
 namespace vellum::tool {
@@ -116,12 +116,7 @@ int run(const Options &options)
             output.fail(QStringLiteral("the profile cannot be written"));
         output.commit();
     }
-    const QByteArray text = (options.json ? asJson : asText)(fileName, icc.size(), info);
-    const bool written =
-        std::fwrite(text.constData(), 1, size_t(text.size()), stdout) == size_t(text.size()) &&
-        std::fflush(stdout) == 0;
-    if (!written)
-        throw Failure(OutputError, {}, QStringLiteral("standard output cannot be written"));
+    printOut((options.json ? asJson : asText)(fileName, icc.size(), info));
     return Done;
 }
 

@@ -2,6 +2,7 @@
 
 #include "cancel.h"
 #include "failure.h"
+#include "pixelcolors.h"
 #include "progress.h"
 #include "rows.h"
 
@@ -14,21 +15,7 @@ namespace {
 
 constexpr qint64 kMostProfileBytes = 64 << 20; // real ones have a few megabytes
 
-/// A format that convertColors() takes and that loses nothing of \a picture, whose pixels are
-/// colours of \a space.
-QImage::Format convertibleFormat(const Vellum &picture, const QString &space)
-{
-    const QImage::Format format = picture.format();
-    const bool grey = format == QImage::Format_Grayscale8 || format == QImage::Format_Grayscale16;
-    const bool fits = grey ? space == QLatin1String("Gray") : space != QLatin1String("Gray");
-    if (CVlLcmsManager::toLcmsFormat(format) != 0 && fits)
-        return format;
-    if (space == QLatin1String("Gray"))
-        return QImage::Format_Grayscale8;
-    if (picture.depth() == 64 || format == QImage::Format_Grayscale16)
-        return picture.hasAlphaChannel() ? QImage::Format_RGBA64 : QImage::Format_RGBX64;
-    return picture.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32;
-}
+const char *const kImpossible = "its colours cannot be converted to this profile";
 
 } // namespace
 
@@ -75,11 +62,9 @@ Vellum toProfile(const Vellum &picture, const QString &fileName, const QByteArra
 {
     // The pixels of a CMYK file are sRGB by now.
     const QByteArray from = picture.isOrgFileCmyk() ? QByteArray() : embeddedProfile(picture);
-    const bool grey = picture.isGrayscale() && picture.depth() <= 16 && picture.colorCount() == 0;
-    const QString space = !from.isEmpty() ? describeProfile(from).colorSpace
-        : grey                            ? QStringLiteral("Gray")
-                                          : QStringLiteral("RGB");
-    const QImage::Format format = convertibleFormat(picture, space);
+    const QImage::Format format = convertibleFormat(picture, from);
+    if (format == QImage::Format_Invalid)
+        throw Failure(InputError, fileName, QString::fromLatin1(kImpossible));
     const Storage storage = picture.isBigImage() ? Storage::Big : Storage::Plain;
     Vellum source = arranged(picture, format, storage, progress);
     if (cancelFlag())
@@ -91,10 +76,8 @@ Vellum toProfile(const Vellum &picture, const QString &fileName, const QByteArra
     }
     if (cancelFlag())
         throw cancelled(fileName);
-    if (result.isNull()) {
-        throw Failure(InputError, fileName,
-                      QStringLiteral("its colours cannot be converted to this profile"));
-    }
+    if (result.isNull())
+        throw Failure(InputError, fileName, QString::fromLatin1(kImpossible));
     // What Qt's writers embed; profiles that Qt does not understand stay out of the file.
     result.setColorSpace(QColorSpace::fromIccProfile(profile));
     return result;

@@ -2,9 +2,15 @@
 
 #include "cancel.h"
 #include "failure.h"
+#include "inkreport.h"
 #include "pipeline.h"
+#include "pixelcolors.h"
+#include "printing.h"
 #include "profiles.h"
+#include "proof.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTransform>
 
 #include <cmath>
@@ -36,6 +42,8 @@ public:
         mirror();
         rotate();
         scale();
+        reportInks();
+        proof();
         convertColors();
         convertPixels();
         WriteWishes wishes;
@@ -44,6 +52,7 @@ public:
             wishes.conversion = m_recipe.colors.conversion;
         }
         m_pipeline.write(m_picture, wishes, m_recipe.scaling.isWanted() ? "write" : "convert");
+        printInks();
     }
 
 private:
@@ -55,6 +64,7 @@ private:
         return qMax(1,
                     int(!m_recipe.area.isNull()) + int(mirrors()) + int(bool(m_recipe.angle)) +
                         int(m_recipe.scaling.isWanted()) + int(convertsHere()) +
+                        int(!m_colors.proof.isEmpty()) + int(!m_colors.measured.isEmpty()) +
                         int(m_recipe.pixels.format != QImage::Format_Invalid));
     }
 
@@ -184,6 +194,61 @@ private:
              "scaled");
     }
 
+    void reportInks()
+    {
+        if (m_colors.measured.isEmpty())
+            return;
+        Progress &progress = m_pipeline.begin("inks");
+        const auto report = inkReport(m_picture, pixelProfile(m_picture), m_colors.measured,
+                                      m_recipe.colors.conversion, reportTo(progress));
+        if (!report)
+            failColors();
+        m_inkReport = report;
+    }
+
+    /// When the picture has been written: of one that could not be, it would mislead.
+    void printInks() const
+    {
+        if (!m_inkReport)
+            return;
+        QJsonObject object {{QStringLiteral("file"), m_pipeline.inputName()},
+                            {QStringLiteral("ink"), toJson(*m_inkReport)}};
+        printOut(m_pipeline.tellsJson()
+                     ? QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n'
+                     : (m_pipeline.inputName() + '\n' + toText(*m_inkReport)).toLocal8Bit());
+    }
+
+    void proof()
+    {
+        if (m_colors.proof.isEmpty())
+            return;
+        Progress &progress = m_pipeline.begin("proof");
+        const vellum::Storage storage =
+            m_pipeline.storageFor(m_picture.size(), numbersFormat(m_picture));
+        Vellum result =
+            proofed(m_picture, pixelProfile(m_picture), m_colors.proof, m_recipe.colors.conversion,
+                    ProofWhite::Screen, storage, reportTo(progress));
+        if (result.isNull())
+            failColors();
+        take(std::move(result), "proofed");
+    }
+
+    static ProgressGuard::Report reportTo(Progress &progress)
+    {
+        return [&progress](int percent) {
+            progress.reportPart(percent, 100);
+            return !cancelFlag();
+        };
+    }
+
+    [[noreturn]] void failColors() const
+    {
+        if (cancelFlag())
+            throw cancelled(m_pipeline.inputName());
+        throw Failure(InputError, m_pipeline.inputName(),
+                      QStringLiteral("its colours cannot be converted to those of the press"));
+    }
+
     void convertColors()
     {
         if (!convertsHere())
@@ -223,6 +288,7 @@ private:
     const TargetColors &m_colors;
     Pipeline &m_pipeline;
     Vellum m_picture;
+    std::optional<InkReport> m_inkReport;
     bool m_cutsOnReading = false;
     bool m_scalesOnReading = false;
 };

@@ -219,3 +219,62 @@ TEST(DataFolder, ComesFromTheEnvironment)
     EXPECT_EQ(elsewhere.exitCode, 2);
     EXPECT_TRUE(isOneErrorLine(elsewhere.err, "cmyk.icm"));
 }
+
+TEST(Press, InkReportTellsWhatAPictureTakes)
+{
+    const Folder folder;
+    QImage image(40, 30, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    const QString white = folder.write("white.png", encoded(image, "png"));
+    image.setPixel(7, 5, qRgb(0, 0, 0));
+    const QString dot = folder.write("dot.png", encoded(image, "png"));
+
+    const auto ink = [&](const QStringList &arguments) {
+        const ToolResult result =
+            runTool(QStringList {"convert", "--progress", "json", "--ink-report"} + arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+        for (const QJsonObject &line : jsonLines(result.out)) {
+            if (line.contains("ink"))
+                return line["ink"].toObject();
+        }
+        return QJsonObject();
+    };
+    const QJsonObject none = ink({"--to-profile", "cmyk", white, folder.path("white.tif")});
+    EXPECT_EQ(none["largest"].toDouble(-1), 0);
+    EXPECT_EQ(none["mean"].toDouble(-1), 0);
+    const QJsonObject some = ink({dot, folder.path("dot.jpg")});
+    EXPECT_GT(some["largest"].toDouble(), 200);
+    EXPECT_LE(some["largest"].toDouble(), 300.5); // the limit of the press
+    EXPECT_EQ(some["largestAt"].toObject()["x"], 7);
+    EXPECT_EQ(some["largestAt"].toObject()["y"], 5);
+
+    const ToolResult text = runTool({"convert", "--ink-report", dot, folder.path("dot.tif")});
+    EXPECT_TRUE(text.out.startsWith(dot.toLocal8Bit() + "\n  ink ")) << text.out.constData();
+    EXPECT_TRUE(text.out.contains("at 7, 5; mean "));
+}
+
+TEST(Press, ProofIsWhatThePressMakesOfThePicture)
+{
+    const Folder folder;
+    const QString in = folder.write("a.png", encoded(photoLike(60, 40), "png"));
+    for (const char *storage : {"plain", "big"}) {
+        const QString out = folder.path("proof.png");
+        ASSERT_EQ(runTool({"convert", "--storage", storage, "--proof", "cmyk", "--intent",
+                           "relative", in, out})
+                      .exitCode,
+                  0);
+        QByteArray press;
+        CVlLcmsManager::getDefaultCmykIccProfile(press);
+        vellum::ColorConversion conversion;
+        conversion.intent = vellum::RenderingIntent::RelativeColorimetric;
+        const Vellum inks = vellum::convertColors(QImage(in), {}, press, conversion);
+        conversion.blackPointCompensation = true;
+        const Vellum expected = vellum::convertColors(inks, press, {}, conversion);
+        EXPECT_TRUE(samePixels(QImage(out), expected)) << storage;
+    }
+    EXPECT_EQ(runTool({"convert", "--proof", "srgb", in, folder.path("b.png")}).exitCode, 1);
+    EXPECT_EQ(
+        runTool({"convert", "--proof", "cmyk", "--to-profile", "srgb", in, folder.path("b.png")})
+            .exitCode,
+        1);
+}
