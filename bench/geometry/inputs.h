@@ -64,6 +64,8 @@ inline const char *nameOf(QImage::Format format)
         return "Mono";
     case QImage::Format_Grayscale8:
         return "Grayscale8";
+    case QImage::Format_Grayscale16:
+        return "Grayscale16";
     case QImage::Format_RGB16:
         return "RGB16";
     case QImage::Format_RGB888:

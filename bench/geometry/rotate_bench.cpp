@@ -68,9 +68,10 @@ const bool registered = [] {
         Register("rotate/quarter turn/"s + nameOf(format) + " big",
                  [=] { return compareQuarterTurn(format); });
     }
-    for (const auto format : {QImage::Format_Mono, QImage::Format_Grayscale8, QImage::Format_RGB16,
-                              QImage::Format_RGB888, QImage::Format_RGB32, QImage::Format_ARGB32,
-                              QImage::Format_RGBA64}) {
+    for (const auto format :
+         {QImage::Format_Mono, QImage::Format_Grayscale8, QImage::Format_Grayscale16,
+          QImage::Format_RGB16, QImage::Format_RGB888, QImage::Format_RGB32, QImage::Format_ARGB32,
+          QImage::Format_RGBA64}) {
         for (const int angle : {10, 45}) {
             const std::string name =
                 "rotate/free by " + std::to_string(angle) + "/" + nameOf(format);

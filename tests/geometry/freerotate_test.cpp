@@ -103,6 +103,20 @@ TEST_P(FreeRotate, AnySizeEqualsTheNaiveTurn)
     }
 }
 
+// Long enough for several pieces of a row, in all directions; rows of a big image lie in blocks,
+// and a row that is nearly level stays in one.
+TEST_P(FreeRotate, LongSidesEqualTheNaiveTurn)
+{
+    for (const QSize size : {QSize(1201, 9), QSize(9, 1201)}) {
+        const Vellum image = makeNoise(size.width(), size.height(), m_format, m_storage);
+        for (const double angle : {0.1, 3.0, 89.9, 93.0, 180.1, 269.9}) {
+            ASSERT_TRUE(
+                samePixels(vellum::freeRotated(image, angle, 0U), naiveFree(image, angle, 0U)))
+                << size.width() << " x " << size.height() << " by " << angle;
+        }
+    }
+}
+
 // The ends of what a channel holds are where sums of the wrong width overflow.
 TEST_P(FreeRotate, BytesOfNoneAndAllBitsEqualTheNaiveTurn)
 {

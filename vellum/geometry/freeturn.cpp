@@ -1,11 +1,14 @@
+#include <vellum/geometry/evenrows_p.h>
 #include <vellum/geometry/freeturn_p.h>
 #include <vellum/image/prefetch_p.h>
 #include <vellum/image/rowtable_p.h>
 #include <vellum/image/vellum.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -14,15 +17,16 @@ namespace vellum::geometry {
 namespace {
 
 // A turned row crosses many source rows, and the next one crosses them close by: a piece at a time
-// keeps what it touches of the source in the cache. Which shape does was measured: squares for
-// gentle slopes, wider pieces for steep ones, where a row takes up only a pixel or two of a source
-// row before it leaves it.
+// keeps what it touches of the source in the cache. Which shape does was measured: a kilobyte of
+// columns for gentle slopes, wider pieces for steep ones, where a row takes up only a pixel or two
+// of a source row before it leaves it.
 constexpr int kPieceRows = 128;
+constexpr int kMostPieceColumns = 512;
 
-int pieceColumns(const FreeTurn &turn)
+int pieceColumns(const FreeTurn &turn, int depth)
 {
     const bool gentle = 3 * std::abs(turn.sine) < 2 * kOnePixel; // within 42 degrees
-    return gentle ? 128 : 512;
+    return gentle ? qMin(256, 1024 * 8 / depth) : kMostPieceColumns;
 }
 
 /// Result columns first to last - 1.
@@ -75,10 +79,11 @@ public:
     Painter(Vellum &result, const Vellum &source, const FreeTurn &turn, const Sampler &sampler,
             const image::RowTable &rows, const uchar *fillRow)
         : m_result(result), m_turn(turn), m_sampler(sampler), m_fillRow(fillRow),
-          m_depth(result.depth()), m_bytesPerPixel(m_depth / 8)
+          m_evenRows(rows, source.height()), m_depth(result.depth()), m_bytesPerPixel(m_depth / 8)
     {
         const qint64 stored = qint64(source.storedBytesPerLine()) * 8 / source.depth();
         m_run.rows = rows.data();
+        m_run.stride = m_evenRows.stride();
         m_run.width = int(qMin<qint64>(source.width(), stored));
         m_run.height = source.height();
         m_run.stepX = turn.cosine;
@@ -89,18 +94,18 @@ public:
     {
         RowPlan plans[kPieceRows];
         const int count = last - first;
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i) {
             plans[i] = plan(first + i);
+            fillAround(plans[i]);
+        }
         const int width = m_result.width();
-        const int columns = pieceColumns(m_turn);
+        const int columns = pieceColumns(m_turn, m_depth);
         for (qint64 left = 0; left < width; left += columns) {
             const Span piece {left, qMin<qint64>(left + columns, width)};
             const Span ahead {piece.last, piece.last + columns};
             for (int i = 0; i < count; ++i)
                 drawPiece(plans[i], piece, ahead);
         }
-        for (int i = 0; i < count; ++i)
-            fillPadding(plans[i].out);
     }
 
 private:
@@ -131,9 +136,14 @@ private:
         // its own compilers drop this, for it has no result.
         constexpr int kHalfLine = 32 * 8; // bits
         const Span soon = ahead.meet(plan.inner);
-        for (qint64 i = soon.first; i < soon.last; i += kHalfLine / m_depth) {
-            const uchar *const row = m_run.rows[(plan.y + i * m_run.stepY) >> kFractionBits];
-            image::prefetch(row + ((plan.x + i * m_run.stepX) >> kFractionBits) * m_depth / 8);
+        const int step = kHalfLine / m_depth;
+        qint64 x = plan.x + soon.first * m_run.stepX;
+        qint64 y = plan.y + soon.first * m_run.stepY;
+        for (qint64 i = soon.first; i < soon.last; i += step) {
+            image::prefetch(m_run.rows[y >> kFractionBits] +
+                            (x >> kFractionBits) * m_bytesPerPixel);
+            x += qint64(step) * m_run.stepX;
+            y += qint64(step) * m_run.stepY;
         }
         const auto part = [&](qint64 first, qint64 last, Sampler::Draw draw) {
             const Span columns = piece.meet({first, last});
@@ -147,36 +157,48 @@ private:
             draw(m_run);
         };
         part(plan.drawn.first, plan.inner.first, m_sampler.draw);
-        part(plan.inner.first, plan.inner.last, m_sampler.drawInner);
+        part(plan.inner.first, plan.inner.last, innerDraw(plan, piece));
         part(plan.inner.last, plan.drawn.last, m_sampler.draw);
-        fill(plan.out, piece.meet({0, plan.drawn.first}));
-        fill(plan.out, piece.meet({plan.drawn.last, piece.last}));
     }
 
-    void fill(uchar *row, Span columns) const
+    /// The fastest form for what a row shows of the inside in \a piece.
+    Sampler::Draw innerDraw(const RowPlan &plan, Span piece) const
     {
-        if (columns.isEmpty())
-            return;
+        constexpr int kMostStride = std::numeric_limits<int>::max() / (kMostPieceColumns + 2);
+        const Span columns = piece.meet(plan.inner);
+        if (!m_sampler.drawEven || columns.isEmpty() || m_run.stride > kMostStride ||
+            m_run.stride < -kMostStride)
+            return m_sampler.drawInner;
+        const auto rowAt = [&](qint64 column) {
+            return (plan.y + column * m_run.stepY) >> kFractionBits;
+        };
+        const auto [top, bottom] = std::minmax({rowAt(columns.first), rowAt(columns.last - 1)});
+        return m_evenRows.contains(top, bottom + 1) ? m_sampler.drawEven : m_sampler.drawInner;
+    }
+
+    /// Fills what the row shows nothing of the source in, and its padding.
+    void fillAround(const RowPlan &plan) const
+    {
+        const qint64 width = m_result.width();
+        const qint64 to = qMin(plan.drawn.first, width); // an empty span may lie beyond
+        const qint64 from = qMin(plan.drawn.last, width);
         if (m_fillRow) {
-            const qint64 from = columns.first * m_bytesPerPixel;
-            const qint64 to = columns.last * m_bytesPerPixel;
-            std::memcpy(row + from, m_fillRow + from, size_t(to - from));
+            const auto fillBytes = [&](qint64 first, qint64 last) {
+                std::memcpy(plan.out + first, m_fillRow + first, size_t(last - first));
+            };
+            fillBytes(0, to * m_bytesPerPixel);
+            fillBytes(from * m_bytesPerPixel, m_result.bytesPerLine());
         } else if (m_sampler.drawOutside) {
-            m_sampler.drawOutside(row, int(columns.first), int(columns.last));
+            m_sampler.drawOutside(plan.out, 0, int(to));
+            m_sampler.drawOutside(plan.out, int(from), int(width));
         }
-    }
-
-    void fillPadding(uchar *row) const
-    {
-        const qint64 end = qint64(m_result.width()) * m_bytesPerPixel;
-        if (m_fillRow)
-            std::memcpy(row + end, m_fillRow + end, size_t(m_result.bytesPerLine() - end));
     }
 
     Vellum &m_result;
     const FreeTurn &m_turn;
     const Sampler &m_sampler;
     const uchar *m_fillRow; // a whole result row of the fill value; null for one-bit results
+    EvenRows m_evenRows;
     int m_depth;
     int m_bytesPerPixel;
     SampleRun m_run {};

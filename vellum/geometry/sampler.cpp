@@ -170,21 +170,24 @@ void drawInside(const SampleRun &run)
 template <typename Layout>
 Sampler bilinear(Sampler::Draw inner = nullptr)
 {
-    return {1023, 2, drawClamped<Layout>, inner ? inner : drawInside<Layout>, nullptr};
+    return {1023, 2, drawClamped<Layout>, inner ? inner : drawInside<Layout>, nullptr, nullptr};
 }
 
-Sampler nearest(Sampler::Draw draw) { return {0, 1, draw, nullptr, nullptr}; }
+Sampler nearest(Sampler::Draw draw) { return {0, 1, draw, nullptr, nullptr, nullptr}; }
 
 Sampler bilinear24()
 {
     Sampler sampler = bilinear<Bytes<3>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear24Sse41));
+    sampler.drawEven = VELLUM_CHOOSE_AVX2(nullptr, drawBilinear24Avx2);
     sampler.reach = 3;
     return sampler;
 }
 
 Sampler bilinear32()
 {
-    return bilinear<Bytes<4>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear32Sse41));
+    Sampler sampler = bilinear<Bytes<4>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinear32Sse41));
+    sampler.drawEven = VELLUM_CHOOSE_AVX2(nullptr, drawBilinear32Avx2);
+    return sampler;
 }
 
 } // namespace
@@ -220,7 +223,7 @@ Sampler samplerForFormat(QImage::Format format) noexcept
         return nearest(drawNearest8);
     case QImage::Format_Grayscale8:
     case QImage::Format_Alpha8:
-        return bilinear<Bytes<1>>();
+        return bilinear<Bytes<1>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinearGrey8Sse41));
     case QImage::Format_RGB888:
     case QImage::Format_BGR888:
         return bilinear24();
@@ -232,7 +235,7 @@ Sampler samplerForFormat(QImage::Format format) noexcept
     case QImage::Format_RGBA8888_Premultiplied:
         return bilinear32();
     case QImage::Format_Grayscale16:
-        return bilinear<Words<1>>();
+        return bilinear<Words<1>>(VELLUM_CHOOSE_SSE41(nullptr, drawBilinearGrey16Sse41));
     case QImage::Format_RGBX64:
     case QImage::Format_RGBA64:
     case QImage::Format_RGBA64_Premultiplied:

@@ -16,6 +16,7 @@ struct SampleRun
     int column; ///< of the first result pixel
     int count;
     const uchar *const *rows; ///< of the source
+    qptrdiff stride; ///< from one to the next, where drawEven is called
     int width; ///< of the source, in pixels that can be read
     int height;
     qint64 x; ///< position of the first sample
@@ -36,6 +37,10 @@ struct Sampler
     int reach = 1;
     Draw draw = nullptr; ///< null when pixels of this layout are not drawn
     Draw drawInner = nullptr; ///< faster form for the inside; null when there is none
+    /// Still faster form where all rows that the run touches are at the same distance from each
+    /// other, and positions, in 1/1024, and bytes from its first pixel to all others are numbers
+    /// of 32 bits; null when there is none.
+    Draw drawEven = nullptr;
     /// Sets one-bit pixels outside the source; null to leave them clear.
     void (*drawOutside)(uchar *row, int from, int to) = nullptr;
 };
@@ -54,11 +59,15 @@ void setBitsMsbFirst(uchar *row, int from, int to);
 void setBitsLsbFirst(uchar *row, int from, int to);
 /// @}
 
-/// \name The vector forms of drawInner, for the functions above only
+/// \name The vector forms of drawInner and, by AVX2, drawEven, for the functions above only
 /// @{
 void drawBilinear24Sse41(const SampleRun &run); ///< reads 8 bytes: a reach of 3
+void drawBilinear24Avx2(const SampleRun &run); ///< likewise
 void drawBilinear32Sse41(const SampleRun &run); ///< a reach of 2, as all the others
+void drawBilinear32Avx2(const SampleRun &run);
 void drawBilinear64Sse41(const SampleRun &run);
+void drawBilinearGrey8Sse41(const SampleRun &run);
+void drawBilinearGrey16Sse41(const SampleRun &run);
 void drawBilinear565Sse41(const SampleRun &run);
 void drawBilinear555Sse41(const SampleRun &run);
 void drawBilinear444Sse41(const SampleRun &run);

@@ -32,6 +32,62 @@ struct Sample
     const uchar *bottom;
 };
 
+/// Four bytes from left and right neighbours, the halves of each lane, and their weights.
+__m128i blendedBytes(__m128i top, __m128i bottom, __m128i across, __m128i down)
+{
+    const __m128i above = _mm_madd_epi16(top, across);
+    const __m128i below = _mm_madd_epi16(bottom, across);
+    // above * (1024 - down) + below * down with one product
+    const __m128i difference = _mm_mullo_epi32(_mm_sub_epi32(below, above), down);
+    return _mm_srli_epi32(_mm_add_epi32(_mm_slli_epi32(above, 10), difference), 20);
+}
+
+/// The same of numbers of 16 bits, whose sums take more than a lane.
+__m128i blendedWords(__m128i top, __m128i bottom, __m128i across, __m128i down)
+{
+    // Factors have a sign, so that the channels are halfway moved below 0 and the sums back.
+    const __m128i half = _mm_set1_epi16(-0x8000);
+    const __m128i above = _mm_madd_epi16(_mm_xor_si128(top, half), across);
+    const __m128i below = _mm_madd_epi16(_mm_xor_si128(bottom, half), across);
+    const __m128i difference = _mm_sub_epi32(below, above);
+    const __m128i moved = _mm_add_epi32(above, _mm_set1_epi32(1024 << 15));
+    const __m128i even =
+        _mm_add_epi64(_mm_slli_epi64(_mm_blend_epi16(moved, _mm_setzero_si128(), 0xcc), 10),
+                      _mm_mul_epi32(difference, down));
+    const __m128i odd =
+        _mm_add_epi64(_mm_slli_epi64(_mm_srli_epi64(moved, 32), 10),
+                      _mm_mul_epi32(_mm_srli_epi64(difference, 32), _mm_srli_epi64(down, 32)));
+    // bit 20 and up of both, as lanes of 32 bits
+    return _mm_blend_epi16(_mm_srli_epi64(even, 20), _mm_slli_epi64(odd, 12), 0xcc);
+}
+
+/// What is at a place, of any alignment.
+template <typename Value>
+int loaded(const uchar *place)
+{
+    Value value;
+    std::memcpy(&value, place, sizeof value);
+    return int(value);
+}
+
+/// The pixels of four samples and their right neighbours, a lane for both.
+template <typename BothPixels>
+struct Lanes
+{
+    __m128i top;
+    __m128i bottom;
+
+    explicit Lanes(const Sample *samples)
+        : top(_mm_setr_epi32(loaded<BothPixels>(samples[0].top), loaded<BothPixels>(samples[1].top),
+                             loaded<BothPixels>(samples[2].top),
+                             loaded<BothPixels>(samples[3].top))),
+          bottom(_mm_setr_epi32(
+              loaded<BothPixels>(samples[0].bottom), loaded<BothPixels>(samples[1].bottom),
+              loaded<BothPixels>(samples[2].bottom), loaded<BothPixels>(samples[3].bottom)))
+    {
+    }
+};
+
 /// \name Layouts: bytes of a pixel, and how four samples become the next four of them
 /// @{
 
@@ -64,11 +120,7 @@ private:
     {
         const __m128i across = _mm_shuffle_epi32(weights.across, Index * 0x55);
         const __m128i down = _mm_shuffle_epi32(weights.down, Index * 0x55);
-        const __m128i above = _mm_madd_epi16(pairs(sample.top), across);
-        const __m128i below = _mm_madd_epi16(pairs(sample.bottom), across);
-        // above * (1024 - down) + below * down with one product
-        const __m128i difference = _mm_mullo_epi32(_mm_sub_epi32(below, above), down);
-        return _mm_srli_epi32(_mm_add_epi32(_mm_slli_epi32(above, 10), difference), 20);
+        return blendedBytes(pairs(sample.top), pairs(sample.bottom), across, down);
     }
 
     /// Each channel beside that of the right neighbour, as 16-bit numbers. The fourth of 24-bit
@@ -104,25 +156,46 @@ private:
     {
         const __m128i across = _mm_shuffle_epi32(weights.across, Index * 0x55);
         const __m128i down = _mm_shuffle_epi32(weights.down, Index * 0x55);
-        // Factors have a sign, so that the channels are halfway moved below 0 and the sums back.
-        const __m128i above = _mm_madd_epi16(pairs(sample.top), across);
-        const __m128i difference =
-            _mm_sub_epi32(_mm_madd_epi16(pairs(sample.bottom), across), above);
-        const __m128i moved = _mm_add_epi32(above, _mm_set1_epi32(1024 << 15));
-        const __m128i even =
-            _mm_add_epi64(_mm_slli_epi64(_mm_blend_epi16(moved, _mm_setzero_si128(), 0xcc), 10),
-                          _mm_mul_epi32(difference, down));
-        const __m128i odd = _mm_add_epi64(_mm_slli_epi64(_mm_srli_epi64(moved, 32), 10),
-                                          _mm_mul_epi32(_mm_srli_epi64(difference, 32), down));
-        // bit 20 and up of both, as lanes of 32 bits
-        return _mm_blend_epi16(_mm_srli_epi64(even, 20), _mm_slli_epi64(odd, 12), 0xcc);
+        return blendedWords(pairs(sample.top), pairs(sample.bottom), across, down);
     }
 
     static __m128i pairs(const uchar *pixels)
     {
         const __m128i both = _mm_loadu_si128(reinterpret_cast<const __m128i *>(pixels));
         const __m128i order = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
-        return _mm_xor_si128(_mm_shuffle_epi8(both, order), _mm_set1_epi16(-0x8000));
+        return _mm_shuffle_epi8(both, order);
+    }
+};
+
+/// A grey of a byte.
+struct GreyByte
+{
+    static constexpr int kBytes = 1;
+
+    static void draw(uchar *out, const Sample *samples, const Weights &weights)
+    {
+        const Lanes<quint16> lanes(samples);
+        const __m128i apart =
+            _mm_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1);
+        const __m128i greys =
+            blendedBytes(_mm_shuffle_epi8(lanes.top, apart), _mm_shuffle_epi8(lanes.bottom, apart),
+                         weights.across, weights.down);
+        const int pixels = _mm_cvtsi128_si32(
+            _mm_shuffle_epi8(greys, _mm_set1_epi32(0 | 4 << 8 | 8 << 16 | 12 << 24)));
+        std::memcpy(out, &pixels, sizeof pixels);
+    }
+};
+
+/// A grey of 16 bits.
+struct GreyWord
+{
+    static constexpr int kBytes = 2;
+
+    static void draw(uchar *out, const Sample *samples, const Weights &weights)
+    {
+        const Lanes<quint32> lanes(samples);
+        const __m128i greys = blendedWords(lanes.top, lanes.bottom, weights.across, weights.down);
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(out), _mm_packus_epi32(greys, greys));
     }
 };
 
@@ -134,11 +207,7 @@ struct PackedChannels
 
     static void draw(uchar *out, const Sample *samples, const Weights &weights)
     {
-        // Left and right pixel are the halves of a lane.
-        const __m128i top = _mm_setr_epi32(pair(samples[0].top), pair(samples[1].top),
-                                           pair(samples[2].top), pair(samples[3].top));
-        const __m128i bottom = _mm_setr_epi32(pair(samples[0].bottom), pair(samples[1].bottom),
-                                              pair(samples[2].bottom), pair(samples[3].bottom));
+        const Lanes<quint32> lanes(samples);
         const __m128i down = _mm_or_si128(_mm_slli_epi32(weights.down, 16),
                                           _mm_sub_epi32(_mm_set1_epi32(1024), weights.down));
         __m128i pixels = _mm_setzero_si128();
@@ -151,8 +220,8 @@ struct PackedChannels
                 const __m128i half = _mm_set1_epi16(short(1 << (width - 1)));
                 return _mm_madd_epi16(_mm_sub_epi16(field, half), weights.across);
             };
-            const __m128i both = _mm_blend_epi16(blendedAcross(top),
-                                                 _mm_slli_epi32(blendedAcross(bottom), 16), 0xaa);
+            const __m128i both = _mm_blend_epi16(
+                blendedAcross(lanes.top), _mm_slli_epi32(blendedAcross(lanes.bottom), 16), 0xaa);
             const __m128i sum =
                 _mm_add_epi32(_mm_madd_epi16(both, down), _mm_set1_epi32(1 << (width - 1) << 20));
             pixels = _mm_or_si128(pixels, _mm_slli_epi32(_mm_srli_epi32(sum, 20), shift));
@@ -160,14 +229,6 @@ struct PackedChannels
         };
         (blendField(Widths), ...);
         _mm_storel_epi64(reinterpret_cast<__m128i *>(out), _mm_packus_epi32(pixels, pixels));
-    }
-
-private:
-    static int pair(const uchar *pixels)
-    {
-        int both;
-        std::memcpy(&both, pixels, sizeof both);
-        return both;
     }
 };
 /// @}
@@ -221,6 +282,10 @@ void drawBilinear(const SampleRun &run)
 }
 
 } // namespace
+
+void drawBilinearGrey8Sse41(const SampleRun &run) { drawBilinear<GreyByte>(run); }
+
+void drawBilinearGrey16Sse41(const SampleRun &run) { drawBilinear<GreyWord>(run); }
 
 void drawBilinear24Sse41(const SampleRun &run) { drawBilinear<ByteChannels<3>>(run); }
 
