@@ -237,6 +237,31 @@ TEST(Mirrored, MemberAndFunctionAgreeOnWhatANarrowStoreLacks)
     }
 }
 
+TEST(Mirrored, RowsThatAShortStoreLacksShowAsZero)
+{
+    constexpr int kHeight = 21; // of 13 rows stored, two in a block
+    Vellum image = makeUntouchable(61, kHeight, QImage::Format_Grayscale8);
+    ASSERT_TRUE(image.alloc_buffer(image.bytesPerLine(), 13));
+    for (int y = 0; y < 13; ++y)
+        std::fill_n(image.scanLineEx(y), image.bytesPerLine(), uchar(y + 1));
+    for (const bool watched : {false, true}) {
+        ProgressLog log(image); // reports row by row
+        if (!watched)
+            image.setCallback(nullptr, nullptr, 0, 1.0);
+        for (const bool horizontal : {false, true}) {
+            const Vellum member = image.mirrored(horizontal, true);
+            const Vellum kept = vellum::mirrored(image, horizontal, true);
+            for (int y = 0; y < kHeight; ++y) {
+                const uchar expected = uchar(y < kHeight - 13 ? 0 : kHeight - y);
+                for (const int x : {0, 30, 60}) {
+                    EXPECT_EQ(member.scanLineEx(y)[x], expected) << y;
+                    EXPECT_EQ(kept.scanLineEx(y)[x], expected) << y;
+                }
+            }
+        }
+    }
+}
+
 TEST(MirrorInPlace, PaddingOfOneBitRowsMovesAlong)
 {
     for (const auto format : {QImage::Format_Mono, QImage::Format_MonoLSB}) {

@@ -4,6 +4,7 @@
 #include <vellum/geometry/reverserow_p.h>
 #include <vellum/image/copybytes_p.h>
 #include <vellum/image/progress.h>
+#include <vellum/image/rowruns_p.h>
 #include <vellum/image/vellum.h>
 
 #include <algorithm>
@@ -48,21 +49,19 @@ void exchangeReversed(uchar *a, uchar *b, int startX, int pixels)
 }
 
 template <typename Pixel>
-void mirrorCopy(Vellum &destination, const Vellum &source, int startX, unsigned startY, int stepX,
-                int stepY, int width, int height)
+void mirrorCopy(Vellum &destination, const Vellum &source, int startX, int stepX, int stepY,
+                int width)
 {
     const ReverseRow reverse = reverseRow(sizeof(Pixel));
     const qptrdiff leftmost = stepX < 0 ? (startX - (width - 1)) * qptrdiff(sizeof(Pixel)) : 0;
-    for (int y = 0; y < height; ++y) {
-        const uchar *const in = source.scanLine(y);
-        uchar *const out = destination.scanLine(int(startY) + y * stepY);
-        if (!in || !out)
-            continue;
+    const auto move = [=](uchar *out, const uchar *in) {
         if (stepX < 0)
             reverse(out + leftmost, in, width);
         else
             std::memcpy(out, in, size_t(width) * sizeof(Pixel));
-    }
+    };
+    image::moveRows(destination, stepY < 0 ? image::Walk::Up : image::Walk::Down, source, move,
+                    [](int) { return true; });
 }
 
 template <typename Pixel>
@@ -102,7 +101,7 @@ void mirrorPixels(Vellum *destination, const Vellum *source, int startX, unsigne
     if (destination == source)
         mirrorInside<Pixel>(*destination, startX, startY, stepX, stepY, width, height);
     else
-        mirrorCopy<Pixel>(*destination, *source, startX, startY, stepX, stepY, width, height);
+        mirrorCopy<Pixel>(*destination, *source, startX, stepX, stepY, width);
 }
 
 void copyRowsUpsideDown(Vellum &destination, const Vellum &source)
@@ -110,13 +109,11 @@ void copyRowsUpsideDown(Vellum &destination, const Vellum &source)
     const int height = source.height();
     const auto bytes = size_t(qMin(source.storedBytesPerLine(), destination.storedBytesPerLine()));
     const auto copy = image::rowCopier(source.sizeInBytes());
-    for (int y = 0; y < height; ++y) {
-        const uchar *const in = source.scanLine(y);
-        uchar *const out = destination.scanLine(height - 1 - y);
-        if (in && out)
-            copy(out, in, bytes);
-        report(&source, 100, y + 1, height);
-    }
+    const auto copyRow = [=](uchar *out, const uchar *in) { copy(out, in, bytes); };
+    image::moveRows(destination, image::Walk::Up, source, copyRow, [&](int rows) {
+        report(&source, 100, rows, height);
+        return true;
+    });
 }
 
 void swapRows(Vellum &image)

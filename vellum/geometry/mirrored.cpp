@@ -6,6 +6,7 @@
 #include <vellum/geometry/reverserow_p.h>
 #include <vellum/image/copybytes_p.h>
 #include <vellum/image/derived_p.h>
+#include <vellum/image/rowruns_p.h>
 
 namespace vellum {
 
@@ -27,19 +28,20 @@ Vellum geometry::mirroredOnto(Storage storage, const Vellum &image, bool horizon
     const bool lsbFirst = image.format() == QImage::Format_MonoLSB;
     const auto reverse = geometry::reverseRow(bytesPerPixel);
     const auto copy = image::rowCopier(image.sizeInBytes());
-    for (int y = 0; y < height; ++y) {
-        uchar *const out = result.scanLineEx(vertical ? height - 1 - y : y);
-        if (const uchar *const in = image.scanLineEx(y)) {
-            if (horizontal)
-                reverse(out + qptrdiff(missing) * bytesPerPixel, in, pixels - missing);
-            else
-                copy(out, in, size_t(pixels - missing) * size_t(bytesPerPixel));
-        }
+    const auto move = [&](uchar *out, const uchar *in) {
+        if (horizontal)
+            reverse(out + qptrdiff(missing) * bytesPerPixel, in, pixels - missing);
+        else
+            copy(out, in, size_t(pixels - missing) * size_t(bytesPerPixel));
         if (horizontal && oneBit)
             geometry::mirrorBitsInRow(out, width, lsbFirst, pixels);
-        if (!image.set_progress(int(qint64(100) * (y + 1) / height)))
-            return {};
-    }
+    };
+    const auto report = [&](int rows) {
+        return image.set_progress(int(qint64(100) * rows / height));
+    };
+    const auto walk = vertical ? image::Walk::Up : image::Walk::Down;
+    if (!image::moveRows(result, walk, image, move, report))
+        return {};
     return result;
 }
 

@@ -33,6 +33,9 @@ public:
         return blocks[y / rowsPerBlock] + qptrdiff(y % rowsPerBlock) * bytesPerLine;
     }
 
+    /// How many rows follow row \a y, which the store has, in its block.
+    int rowsBelow(int y) const { return qMin(rowsPerBlock - 1 - y % rowsPerBlock, m_rows - 1 - y); }
+
     size_t blockBytes() const { return size_t(rowsPerBlock) * size_t(bytesPerLine); }
 
 private:

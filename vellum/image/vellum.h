@@ -18,6 +18,7 @@ class Vellum;
 
 namespace vellum::image {
 class HeldAttachments;
+class RowRuns;
 class RowStore;
 }
 
@@ -574,6 +575,7 @@ protected:
 
 private:
     friend class vellum::image::HeldAttachments;
+    friend class vellum::image::RowRuns;
 
     void clear();
     void swapAttachments(Vellum &other);
