@@ -4,6 +4,7 @@
 #include <vellum/convert/routines_p.h>
 #include <vellum/convert/rowloop_p.h>
 #include <vellum/image/imagedata_p.h>
+#include <vellum/image/rowruns_p.h>
 
 #include <cstring>
 #include <memory>
@@ -40,9 +41,7 @@ void mapBytes(Vellum &dst, const Vellum &src, const Bytes &bytes)
 void copyBytes(Vellum &dst, const Vellum &src, const QVector<QRgb> &colors)
 {
     dst.setColorTable(colors);
-    forEachRow<uchar, uchar>(dst, src, [](uchar *out, const uchar *in, int width) {
-        std::memcpy(out, in, size_t(width));
-    });
+    image::copyRows(dst, src, size_t(qMin(storedPixels(dst), storedPixels(src))));
 }
 
 /// Gives the shared data of \a image another format and colour table.

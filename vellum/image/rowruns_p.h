@@ -4,6 +4,8 @@
 #include <vellum/image/rowstore_p.h>
 #include <vellum/image/vellum.h>
 
+#include <cstring>
+
 namespace vellum::image {
 
 enum class Walk { Down, Up };
@@ -58,27 +60,57 @@ private:
     }
 };
 
-/// Calls rowOp(out, in) for all rows of \a from, top to bottom, that both images hold. \a walk says
-/// which rows of \a to they go to: from its first one down, or from its last one up.
+/// Calls runOp(out, in, count) for all rows of \a from, top to bottom, that both images hold: \a
+/// count rows of two runs, at most \a most. \a walk says which rows of \a to they go to: from its
+/// first one down, or from its last one up.
+///
+/// Calls report(rows) with the number of rows done after every run.
+/// \return false as soon as \a report does
+template <typename RunOp, typename Report>
+bool moveRuns(Vellum &to, Walk walk, const Vellum &from, int most, RunOp runOp, Report report)
+{
+    const int height = from.height();
+    for (int y = 0; y < height;) {
+        const auto in = RowRuns::from(from, y, Walk::Down);
+        const auto out = RowRuns::from(to, walk == Walk::Down ? y : height - 1 - y, walk);
+        const int count = qMin(most, qMin(in.count, out.count));
+        if (in.first && out.first)
+            runOp(out, in, count);
+        y += count;
+        if (!report(y))
+            return false;
+    }
+    return true;
+}
+
+/// Calls rowOp(out, in) for all rows as moveRuns() finds them.
 ///
 /// Calls report(rows) with the number of rows done: after every row when \a from is watched.
 /// \return false as soon as \a report does
 template <typename RowOp, typename Report>
 bool moveRows(Vellum &to, Walk walk, const Vellum &from, RowOp rowOp, Report report)
 {
-    const int height = from.height();
-    const int most = RowRuns::areWatched(from) ? 1 : height;
-    for (int y = 0; y < height;) {
-        const auto in = RowRuns::from(from, y, Walk::Down);
-        const auto out = RowRuns::from(to, walk == Walk::Down ? y : height - 1 - y, walk);
-        const int count = qMin(most, qMin(in.count, out.count));
-        for (int i = 0; in.first && out.first && i < count; ++i)
+    const auto eachRow = [&rowOp](RowRun<uchar> out, RowRun<const uchar> in, int count) {
+        for (int i = 0; i < count; ++i)
             rowOp(out.first + i * out.stride, in.first + i * in.stride);
-        y += count;
-        if (!report(y))
-            return false;
-    }
-    return true;
+    };
+    const int most = RowRuns::areWatched(from) ? 1 : from.height();
+    return moveRuns(to, walk, from, most, eachRow, report);
+}
+
+/// Copies the first \a bytes of every row of \a from that both images hold; tells nobody. What a
+/// row of \a to has behind them is undefined.
+inline void copyRows(Vellum &to, const Vellum &from, size_t bytes)
+{
+    const auto copy = [bytes](RowRun<uchar> out, RowRun<const uchar> in, int count) {
+        if (out.stride == in.stride) {
+            std::memcpy(out.first, in.first, size_t(count - 1) * size_t(in.stride) + bytes);
+            return;
+        }
+        for (int i = 0; i < count; ++i)
+            std::memcpy(out.first + i * out.stride, in.first + i * in.stride, bytes);
+    };
+    moveRuns(to, Walk::Down, from, from.height(), copy, [](int) { return true; });
 }
 
 } // namespace vellum::image
