@@ -6,8 +6,7 @@ namespace vellum::convert {
 
 void reverseBits(unsigned char *out, const unsigned char *in, std::size_t bytes)
 {
-    static const auto form = VELLUM_CHOOSE_SSE41(reverseBitsPortable, reverseBitsSse41);
-    form(out, in, bytes);
+    VELLUM_CHOOSE_SSE41(reverseBitsPortable, reverseBitsSse41)(out, in, bytes);
 }
 
 void reverseBitsPortable(unsigned char *out, const unsigned char *in, std::size_t bytes)

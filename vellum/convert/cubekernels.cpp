@@ -1,19 +1,11 @@
 #include <vellum/convert/cubekernels_p.h>
+#include <vellum/convert/pixelat_p.h>
 
 #include <QtGlobal>
-
-#include <cstring>
 
 namespace vellum::convert {
 
 namespace {
-
-quint32 pixelAt(const uchar *p)
-{
-    quint32 pixel;
-    std::memcpy(&pixel, p, sizeof pixel);
-    return pixel;
-}
 
 /// The level that a value with errors is given.
 constexpr int diffusedLevel(int v) { return qBound(0, (5 * qBound(0, v, 255) + 128) / 255, 5); }

@@ -1,8 +1,6 @@
 #include <vellum/convert/greenweighted_p.h>
+#include <vellum/convert/pixelat_p.h>
 #include <vellum/image/cpufeatures_p.h>
-
-#include <cstdint>
-#include <cstring>
 
 namespace vellum::convert {
 
@@ -51,11 +49,8 @@ void greenWeighted(unsigned char *out, const unsigned char *pixels, int width)
 void greenWeightedPortable(unsigned char *out, const unsigned char *pixels, int width)
 {
     const unsigned char *const table = greys().of;
-    for (int x = 0; x < width; ++x, pixels += 4) {
-        std::uint32_t pixel;
-        std::memcpy(&pixel, pixels, sizeof pixel);
-        out[x] = table[pixel >> 8 & 0xffff];
-    }
+    for (int x = 0; x < width; ++x, pixels += 4)
+        out[x] = table[pixelAt(pixels) >> 8 & 0xffff];
 }
 
 } // namespace vellum::convert

@@ -1,16 +1,9 @@
 #include <vellum/convert/monokernels_p.h>
+#include <vellum/convert/pixelat_p.h>
 
 #include <cstdint>
-#include <cstring>
 
 namespace {
-
-std::uint32_t pixelAt(const unsigned char *p)
-{
-    std::uint32_t pixel;
-    std::memcpy(&pixel, p, sizeof pixel);
-    return pixel;
-}
 
 /// Collects bits in the order of the pixels and writes them byte by byte.
 class BitWriter

@@ -210,10 +210,10 @@ void do_mirror(Vellum *destination, const Vellum *source, bool horizontal, bool 
 
     if (!horizontal || destination->depth() != 1)
         return;
-    const bool lsbFirst = destination->format() == QImage::Format_MonoLSB;
+    const auto order = image::bitOrderOf(destination->format());
     for (int y = 0; y < height; ++y) {
         if (uchar *const row = destination->scanLine(y)) {
-            mirrorBitsInRow(row, destination->width(), lsbFirst, destination->storedBytesPerLine());
+            mirrorBitsInRow(row, destination->width(), order, destination->storedBytesPerLine());
         }
     }
 }

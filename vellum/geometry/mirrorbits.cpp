@@ -7,58 +7,50 @@ namespace vellum::geometry {
 
 namespace {
 
+using image::BitOrder;
+using image::towardsFront;
 using vellum::convert::kReversedBits;
 
-/// \name Rows as numbers whose first pixel is the highest bit, or the lowest
-/// towardsFront() moves the pixels of \a current, of type quint64 or uchar, by \a pad towards the
-/// first and takes in those of the byte that follows.
+/// \name Eight bytes of a row as a number whose first pixel is the highest bit, or the lowest
 /// @{
-struct MsbFirst
+template <BitOrder Order>
+quint64 load(const uchar *p)
 {
-    static quint64 load(const uchar *p) { return qFromBigEndian<quint64>(p); }
-    static void store(quint64 pixels, uchar *p) { qToBigEndian(pixels, p); }
-    template <typename Pixels>
-    static Pixels towardsFront(Pixels current, uchar next, int pad)
-    {
-        return Pixels(current << pad | next >> (8 - pad));
-    }
-};
+    return Order == BitOrder::MsbFirst ? qFromBigEndian<quint64>(p) : qFromLittleEndian<quint64>(p);
+}
 
-struct LsbFirst
+template <BitOrder Order>
+void store(quint64 pixels, uchar *p)
 {
-    static quint64 load(const uchar *p) { return qFromLittleEndian<quint64>(p); }
-    static void store(quint64 pixels, uchar *p) { qToLittleEndian(pixels, p); }
-    template <typename Pixels>
-    static Pixels towardsFront(Pixels current, uchar next, int pad)
-    {
-        constexpr int kLastByte = 8 * (int(sizeof(Pixels)) - 1);
-        return Pixels(current >> pad | Pixels(uchar(next << (8 - pad))) << kLastByte);
-    }
-};
+    if (Order == BitOrder::MsbFirst)
+        qToBigEndian(pixels, p);
+    else
+        qToLittleEndian(pixels, p);
+}
 /// @}
 
-template <typename Order>
+template <BitOrder Order>
 void reverseAndMove(uchar *row, qptrdiff bytes, int pad)
 {
     const auto byteAt = [=](qptrdiff i) { return i < bytes ? kReversedBits[row[i]] : uchar(0); };
     qptrdiff i = 0;
     for (; i + 8 <= bytes; i += 8) {
-        const quint64 pixels = vellum::convert::withReversedBits(Order::load(row + i));
-        Order::store(Order::towardsFront(pixels, byteAt(i + 8), pad), row + i);
+        const quint64 pixels = vellum::convert::withReversedBits(load<Order>(row + i));
+        store<Order>(towardsFront<Order>(pixels, byteAt(i + 8), pad), row + i);
     }
     for (; i < bytes; ++i)
-        row[i] = Order::towardsFront(byteAt(i), byteAt(i + 1), pad);
+        row[i] = towardsFront<Order>(byteAt(i), byteAt(i + 1), pad);
 }
 
 } // namespace
 
-void mirrorBitsInRow(uchar *row, int width, bool lsbFirst, qptrdiff bytes)
+void mirrorBitsInRow(uchar *row, int width, BitOrder order, qptrdiff bytes)
 {
     const int pad = (8 - width % 8) % 8; // 0: the byte that moves in is shifted out entirely
-    if (lsbFirst)
-        reverseAndMove<LsbFirst>(row, bytes, pad);
+    if (order == BitOrder::MsbFirst)
+        reverseAndMove<BitOrder::MsbFirst>(row, bytes, pad);
     else
-        reverseAndMove<MsbFirst>(row, bytes, pad);
+        reverseAndMove<BitOrder::LsbFirst>(row, bytes, pad);
 }
 
 } // namespace vellum::geometry

@@ -25,7 +25,7 @@ Vellum geometry::mirroredOnto(Storage storage, const Vellum &image, bool horizon
     const int pixels = oneBit ? (width + 7) / 8 : width;
     const int stored = image.storedBytesPerLine() / bytesPerPixel;
     const int missing = qMax(0, pixels - stored); // where a store is narrower than its image
-    const bool lsbFirst = image.format() == QImage::Format_MonoLSB;
+    const auto order = image::bitOrderOf(image.format());
     const auto reverse = geometry::reverseRow(bytesPerPixel);
     const auto copy = image::rowCopier(image.sizeInBytes());
     const auto move = [&](uchar *out, const uchar *in) {
@@ -34,7 +34,7 @@ Vellum geometry::mirroredOnto(Storage storage, const Vellum &image, bool horizon
         else
             copy(out, in, size_t(pixels - missing) * size_t(bytesPerPixel));
         if (horizontal && oneBit)
-            geometry::mirrorBitsInRow(out, width, lsbFirst, pixels);
+            geometry::mirrorBitsInRow(out, width, order, pixels);
     };
     const auto report = [&](int rows) {
         return image.set_progress(int(qint64(100) * rows / height));

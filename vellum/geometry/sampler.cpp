@@ -1,4 +1,5 @@
 #include <vellum/geometry/sampler_p.h>
+#include <vellum/image/bitorder_p.h>
 #include <vellum/image/cpufeatures_p.h>
 
 #include <algorithm>
@@ -7,6 +8,9 @@
 namespace vellum::geometry {
 
 namespace {
+
+using image::bitOf;
+using image::BitOrder;
 
 constexpr int kFractionMask = 1023;
 
@@ -25,12 +29,6 @@ void drawNearest8(const SampleRun &run)
     forEachSample(run, [&run](int column, qint64 x, qint64 y) {
         run.out[column] = run.rows[y >> 10][x >> 10];
     });
-}
-
-template <BitOrder Order>
-uchar bitOf(qint64 pixel)
-{
-    return uchar(Order == BitOrder::MsbFirst ? 0x80 >> (pixel & 7) : 1 << (pixel & 7));
 }
 
 /// The result bits must be clear.

@@ -1,8 +1,6 @@
 // How the pixels of a turned image are taken from its source.
 #pragma once
 
-#include <vellum/geometry/transpose_p.h>
-
 #include <QImage>
 
 namespace vellum::geometry {

@@ -37,7 +37,7 @@ void transposeBits(uchar *const *out, const uchar *tile, int columns, int rows)
 {
     constexpr int kPitch = kBitColumns / 8;
     // The first row stands at the end of the number at which a byte has its first pixel.
-    const auto shift = [](int i) { return Order == BitOrder::MsbFirst ? 56 - 8 * i : 8 * i; };
+    const auto shift = [](int i) { return 8 * image::bitPlace<Order>(i); };
     for (int c = 0; c < columns; c += 8) {
         for (int r = 0; r < rows; r += 8) {
             quint64 square = 0;

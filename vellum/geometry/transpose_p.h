@@ -1,12 +1,13 @@
 // Tiles of pixels whose columns become rows.
 #pragma once
 
+#include <vellum/image/bitorder_p.h>
+
 #include <QtGlobal>
 
 namespace vellum::geometry {
 
-/// Which end of a byte holds the first of eight one-bit pixels.
-enum class BitOrder { MsbFirst, LsbFirst };
+using image::BitOrder;
 
 /// Writes pixel (c, r) of \a tile to pixel r of row \a out[c], for c below \a columns and r below
 /// \a rows, both within the tile's shape.

@@ -34,8 +34,7 @@ Vellum turnedSideways(Storage storage, const Vellum &image, int direction)
     result.setDotsPerMeterY(image.dotsPerMeterX());
     if (image.depth() == 1)
         result.fill(0U);
-    const auto order = image.format() == QImage::Format_MonoLSB ? geometry::BitOrder::LsbFirst
-                                                                : geometry::BitOrder::MsbFirst;
+    const auto order = image::bitOrderOf(image.format());
     const auto done = [&image](int, int last) { return report(image, last, image.width()); };
     return geometry::turnPixels(result, image, direction, order, done) ? result : Vellum();
 }
@@ -100,10 +99,11 @@ Vellum turnedFreely(const Vellum &image, double angle, const geometry::FillPixel
         return result;
     geometry::Sampler sampler = geometry::samplerForFormat(image.format());
     if (image.depth() == 1) {
-        const bool lsbFirst = image.format() == QImage::Format_MonoLSB;
         result.fill(0U);
         if (fill.bytes[0] != 0) {
-            sampler.drawOutside = lsbFirst ? geometry::setBitsLsbFirst : geometry::setBitsMsbFirst;
+            sampler.drawOutside = image::bitOrderOf(image.format()) == image::BitOrder::LsbFirst
+                ? geometry::setBitsLsbFirst
+                : geometry::setBitsMsbFirst;
         }
     }
     const auto done = [&](int rows) { return report(image, rows, result.height()); };

@@ -98,8 +98,7 @@ struct Picture
         if (image.colorCount() > 0)
             piece.setColorTable(image.colorTable());
         vellum::image::completeColorTable(piece);
-        const BitOrder order = image.format() == QImage::Format_MonoLSB ? BitOrder::LowestFirst
-                                                                        : BitOrder::HighestFirst;
+        const auto order = vellum::image::bitOrderOf(image.format());
         const QRect part = area.translated(-target.topLeft());
         if (!sample(piece, image, {source, target.size(), part, QSize(0, 0), order}))
             return false;

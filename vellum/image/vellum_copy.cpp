@@ -1,7 +1,9 @@
 // Cutting a rectangle out of an image and pasting an image into another.
 
 #include <vellum/geometry/rotate.h>
+#include <vellum/image/bitorder_p.h>
 #include <vellum/image/derived_p.h>
+#include <vellum/image/rowruns_p.h>
 #include <vellum/image/vellum.h>
 
 #include <QDebug>
@@ -9,6 +11,10 @@
 #include <cstring>
 
 namespace {
+
+using vellum::image::bitOf;
+using vellum::image::BitOrder;
+using vellum::image::towardsFront;
 
 /// A rectangle whose edges cannot overflow, whatever the ints it was made from.
 struct Area
@@ -25,34 +31,14 @@ struct Area
     }
 };
 
-/// The first bit of a byte is its highest one in Format_Mono and its lowest in Format_MonoLSB;
-/// an order moves bits along the row, or fetches one, in its own terms.
-struct MsbFirst
-{
-    static uchar mask(qint64 pixel) { return uchar(0x80 >> (pixel & 7)); }
-    static uchar joined(uchar first, uchar second, int shift)
-    {
-        return uchar(first << shift | second >> (8 - shift));
-    }
-};
-
-struct LsbFirst
-{
-    static uchar mask(qint64 pixel) { return uchar(1 << (pixel & 7)); }
-    static uchar joined(uchar first, uchar second, int shift)
-    {
-        return uchar(first >> shift | second << (8 - shift));
-    }
-};
-
 /// Copies \a count bits, from bit \a x of \a in on, to bit \a dx of \a out and those after it.
 /// Touches no byte without one of these bits.
-template <typename Order>
+template <BitOrder Order>
 void copyBits(uchar *out, qint64 dx, const uchar *in, qint64 x, qint64 count)
 {
     const auto copyOne = [&] {
-        const uchar mask = Order::mask(dx);
-        const bool set = (in[x >> 3] & Order::mask(x)) != 0;
+        const uchar mask = bitOf<Order>(dx);
+        const bool set = (in[x >> 3] & bitOf<Order>(x)) != 0;
         out[dx >> 3] = uchar(set ? out[dx >> 3] | mask : out[dx >> 3] & ~mask);
         ++dx;
         ++x;
@@ -63,7 +49,7 @@ void copyBits(uchar *out, qint64 dx, const uchar *in, qint64 x, qint64 count)
     const int shift = int(x & 7);
     for (; count >= 8; count -= 8, dx += 8, x += 8) {
         const uchar *const p = in + (x >> 3);
-        out[dx >> 3] = shift ? Order::joined(p[0], p[1], shift) : p[0];
+        out[dx >> 3] = shift ? towardsFront<Order>(p[0], p[1], shift) : p[0];
     }
     while (count > 0)
         copyOne();
@@ -77,11 +63,8 @@ Vellum copyWhole(const Vellum &source)
         return result;
     if (!vellum::image::isComplete(source))
         result.fill(0U);
-    const auto bytes = size_t(qMin(source.storedBytesPerLine(), result.bytesPerLine()));
-    for (int y = 0; y < source.height(); ++y) {
-        if (const uchar *const in = source.scanLineEx(y))
-            std::memcpy(result.scanLineEx(y), in, bytes);
-    }
+    const int bytes = qMin(source.storedBytesPerLine(), result.bytesPerLine());
+    vellum::image::copyRows(result, source, size_t(bytes));
     return result;
 }
 
@@ -119,8 +102,9 @@ Vellum copyArea(const Vellum &source, const Area &area)
         return result;
 
     const bool byBits = oneBit && ((pixels | dx | x) & 7) != 0;
-    const auto bits =
-        source.format() == QImage::Format_Mono ? copyBits<MsbFirst> : copyBits<LsbFirst>;
+    const auto bits = vellum::image::bitOrderOf(source.format()) == BitOrder::MsbFirst
+        ? copyBits<BitOrder::MsbFirst>
+        : copyBits<BitOrder::LsbFirst>;
     for (qint64 i = 0; i < lines; ++i) {
         const uchar *const in = source.scanLineEx(int(y + i));
         if (!in)

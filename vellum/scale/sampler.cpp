@@ -70,15 +70,14 @@ void sampleBytes(uchar *out, const uchar *in, const uchar *next, const int *from
 }
 
 /// The same for one-bit pixels; \a from holds bits. Bits behind the last one in its byte become 0.
-template <BitOrder Order>
+template <image::BitOrder Order>
 void sampleBits(uchar *out, const uchar *in, const uchar * /*next*/, const int *from, int count)
 {
-    const auto place = [](int x) { return Order == BitOrder::HighestFirst ? 7 - (x & 7) : x & 7; };
-    const auto bit = [&](int x) { return in[from[x] >> 3] >> place(from[x]) & 1; };
+    const auto bit = [&](int x) { return in[from[x] >> 3] >> image::bitPlace<Order>(from[x]) & 1; };
     for (int x = 0; x < count; x += 8) {
         int byte = 0;
         for (int i = x; i < qMin(x + 8, count); ++i)
-            byte |= bit(i) << place(i);
+            byte |= bit(i) << image::bitPlace<Order>(i);
         *out++ = uchar(byte);
     }
 }
@@ -92,8 +91,8 @@ constexpr SampleRow kSampleBytes[] = {sampleBytes<1>, sampleBytes<2>, sampleByte
                                       nullptr,        sampleBytes<8>};
 
 /// By BitOrder.
-constexpr SampleRow kSampleBits[] = {sampleBits<BitOrder::HighestFirst>,
-                                     sampleBits<BitOrder::LowestFirst>};
+constexpr SampleRow kSampleBits[] = {sampleBits<image::BitOrder::MsbFirst>,
+                                     sampleBits<image::BitOrder::LsbFirst>};
 
 /// Where in its row each wanted source pixel starts: in bytes, or in bits for one-bit pixels.
 struct Columns

@@ -1,6 +1,8 @@
 // Picking pixels of one image for another: the loop behind the sampling scaler.
 #pragma once
 
+#include <vellum/image/bitorder_p.h>
+
 #include <QRect>
 #include <QSize>
 
@@ -8,16 +10,13 @@ class Vellum;
 
 namespace vellum::scale {
 
-/// Which pixel of its byte comes first, for one-bit pixels.
-enum class BitOrder { HighestFirst, LowestFirst };
-
 struct SamplingJob
 {
     QRect window; ///< the part of the source that is scaled; at least one pixel, inside it
     QSize size; ///< what \c window is scaled to
     QRect part; ///< the wanted part of that; at least one pixel, inside it
     QSize reference = {0, 0}; ///< grid that positions snap to first; 0 x 0 for none
-    BitOrder bitOrder = BitOrder::HighestFirst; ///< on both sides
+    image::BitOrder bitOrder = image::BitOrder::MsbFirst; ///< of one-bit pixels on both sides
 };
 
 /// Writes what \a job asks for of \a src to the upper left of \a dst.
