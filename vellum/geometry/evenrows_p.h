@@ -1,44 +1,43 @@
 // Which rows of an image can be reached from each other by a stride.
 #pragma once
 
-#include <vellum/image/rowtable_p.h>
+#include <vellum/image/rowruns_p.h>
 
+#include <algorithm>
 #include <memory>
 #include <new>
 
 namespace vellum::geometry {
 
-/// Groups of rows that lie at one distance from each other: all rows of a plain image, those of a
-/// block in a big one.
+/// The runs of rows of a \a source that lie at one distance, for those who start anywhere in them:
+/// all rows of a plain image, those of a block in a big one.
 class EvenRows
 {
 public:
-    /// Where memory runs out no two rows are of one group.
-    EvenRows(const image::RowTable &rows, int height)
-        : m_groups(new (std::nothrow) int[size_t(height)])
+    /// Where memory runs out no two rows are of one run.
+    explicit EvenRows(const Vellum &source)
+        : m_runs(new (std::nothrow) int[size_t(source.height())])
     {
-        const auto distance = [&rows](int y) {
-            return qptrdiff(quintptr(rows[y]) - quintptr(rows[y - 1]));
-        };
-        m_stride = height > 1 ? distance(1) : 0;
-        for (int y = 0; m_groups && y < height; ++y) {
-            const bool first = y == 0;
-            const bool begins = !first && distance(y) != m_stride;
-            m_groups[size_t(y)] = first ? 0 : m_groups[size_t(y - 1)] + (begins ? 1 : 0);
+        for (int y = 0; m_runs && y < source.height();) {
+            const auto run = image::RowRuns::from(source, y, image::Walk::Down);
+            std::fill_n(m_runs.get() + y, run.count, y);
+            if (run.first)
+                m_stride = run.stride;
+            y += run.count;
         }
     }
 
-    /// From one row to the next of a group, in bytes; can be negative or 0.
+    /// From one row to the next in all runs, in bytes.
     qptrdiff stride() const { return m_stride; }
 
-    /// True when the rows \a top to \a bottom are of one group.
+    /// True when the rows \a top to \a bottom are of one run.
     bool contains(qint64 top, qint64 bottom) const
     {
-        return m_groups && m_groups[size_t(top)] == m_groups[size_t(bottom)];
+        return m_runs && m_runs[size_t(top)] == m_runs[size_t(bottom)];
     }
 
 private:
-    std::unique_ptr<int[]> m_groups; // number of each row's
+    std::unique_ptr<int[]> m_runs; // by row, the first row of its run
     qptrdiff m_stride = 0;
 };
 

@@ -79,7 +79,7 @@ public:
     Painter(Vellum &result, const Vellum &source, const FreeTurn &turn, const Sampler &sampler,
             const image::RowTable &rows, const uchar *fillRow)
         : m_result(result), m_turn(turn), m_sampler(sampler), m_fillRow(fillRow),
-          m_evenRows(rows, source.height()), m_depth(result.depth()), m_bytesPerPixel(m_depth / 8)
+          m_evenRows(source), m_depth(result.depth()), m_bytesPerPixel(m_depth / 8)
     {
         const qint64 stored = qint64(source.storedBytesPerLine()) * 8 / source.depth();
         m_run.rows = rows.data();
@@ -166,8 +166,7 @@ private:
     {
         constexpr int kMostStride = std::numeric_limits<int>::max() / (kMostPieceColumns + 2);
         const Span columns = piece.meet(plan.inner);
-        if (!m_sampler.drawEven || columns.isEmpty() || m_run.stride > kMostStride ||
-            m_run.stride < -kMostStride)
+        if (!m_sampler.drawEven || columns.isEmpty() || m_run.stride > kMostStride)
             return m_sampler.drawInner;
         const auto rowAt = [&](qint64 column) {
             return (plan.y + column * m_run.stepY) >> kFractionBits;
