@@ -56,6 +56,8 @@ QStringList vectorInstructions()
 #endif
     if (hasSse41())
         names.append(QStringLiteral("SSE4.1"));
+    if (hasAvx2())
+        names.append(QStringLiteral("AVX2"));
     return names;
 }
 

@@ -45,4 +45,12 @@ TEST(VectorInstructions, AreThoseThatQtIsNotToldToLeave)
 {
     EXPECT_EQ(vellum::vectorInstructions().contains("SSE4.1"),
               !qgetenv("QT_NO_CPU_FEATURE").contains("sse4.1"));
+    if (qgetenv("QT_NO_CPU_FEATURE").contains("avx2"))
+        EXPECT_FALSE(vellum::vectorInstructions().contains("AVX2"));
+}
+
+TEST(VectorInstructions, OfAvx2ComeWithThoseOfSse41)
+{
+    const QStringList names = vellum::vectorInstructions();
+    EXPECT_TRUE(names.contains("SSE4.1") || !names.contains("AVX2"));
 }
