@@ -1,16 +1,12 @@
 #include "shared/source.h"
 
 #include "shared/exif.h"
+#include "shared/parallel.h"
 #include "shared/pixelrows.h"
 #include "shared/texts.h"
-#include "shared/transformprobe.h"
 #include <vellum/vellum.h>
 
 #include <QColorSpace>
-
-#include <lcms2.h>
-
-#include <cstring>
 
 namespace vellum::plugin {
 
@@ -22,42 +18,20 @@ bool isProfileOf(const QByteArray &icc, const char *colorSpace)
     return icc.mid(kColorSpaceAt, 4) == colorSpace;
 }
 
+constexpr qint64 kBatchBytes = 1 << 20; // of rows that the caches hold until they are written
+constexpr int kPixelsPerTask = 1 << 15; // a millisecond of colour conversion
+
 /// Whether loading converts pixels of \a format from their profile to sRGB.
 bool isManagedRgb(QImage::Format format)
 {
     return CVlLcmsManager::toLcmsFormat(format) != 0 && samplesOf(format).count > 1;
 }
 
-QImage::Format formatFor(Encoding encoding)
-{
-    switch (encoding) {
-    case Encoding::Mono:
-        return QImage::Format_Mono;
-    case Encoding::Indexed8:
-        return QImage::Format_Indexed8;
-    case Encoding::Gray8:
-        return QImage::Format_Grayscale8;
-    case Encoding::Gray16:
-        return QImage::Format_Grayscale16;
-    case Encoding::Rgb8:
-        return QImage::Format_RGB888;
-    case Encoding::Rgba8:
-        return QImage::Format_RGBA8888;
-    case Encoding::Rgb16: // its rows lose the fourth sample in a step of their own
-        return QImage::Format_RGBX64;
-    case Encoding::Rgba16:
-        return QImage::Format_RGBA64;
-    case Encoding::Cmyk8:
-        return QImage::Format_RGB32;
-    }
-    return QImage::Format_Invalid;
-}
-
 } // namespace
 
 WriteSource::WriteSource(const QImage &image)
     : m_image(image), m_vellum(Vellum::getVellum(const_cast<QImage *>(&image))),
-      m_rowFormat(image.format())
+      m_encoding(image, m_vellum)
 {
     if (m_vellum)
         m_channels = m_vellum->channelsData(m_channelCount, m_channelBits, m_channelStride);
@@ -95,16 +69,10 @@ Encoding WriteSource::naturalEncoding(bool translucentTables) const
 
 bool WriteSource::prepare(Encoding encoding, bool withProfile)
 {
-    m_encoding = encoding;
-    m_rowFormat = formatFor(encoding);
+    if (encoding == Encoding::Cmyk8 && !m_vellum)
+        return false;
+    m_encoding.setEncoding(encoding);
     if (encoding == Encoding::Cmyk8) {
-        if (!m_vellum)
-            return false;
-        if (m_vellum->hasSaveCmykTransform())
-            m_rowFormat = m_image.format();
-        else // grey, and formats that no transform can take
-            m_vellum->rePrepareSaveCmyk(m_rowFormat);
-        m_inks.resize(size_t(width()) * 4);
         m_vellum->getCmykIccProfile(m_profile);
         return m_vellum->hasSaveCmykTransform();
     }
@@ -112,21 +80,10 @@ bool WriteSource::prepare(Encoding encoding, bool withProfile)
     // A Vellum's pixels are sRGB, whatever its profile, unless its QColorSpace says that they are
     // in the profile already.
     const bool areInProfile = !m_vellum || m_image.colorSpace().iccProfile() == m_profile;
-    if (!m_profile.isEmpty() && !areInProfile && isManagedRgb(m_image.format()))
-        prepareColors();
-    return true;
-}
-
-void WriteSource::prepareColors()
-{
-    const unsigned int code = CVlLcmsManager::toLcmsFormat(m_image.format());
-    m_manager.prepareIccSaveTransform(code, code, m_profile);
-    m_toProfile = writesPixels(
-        [&](const uchar *in, uchar *out) { m_manager.doIccTransformSave(in, out, 1, 1, 64, 64); });
-    if (m_toProfile)
-        m_colors.resize(size_t(rowBytes(width(), m_image.depth())));
-    else
+    const bool change = !m_profile.isEmpty() && !areInProfile && isManagedRgb(m_image.format());
+    if (change && !m_encoding.convertTo(m_profile))
         m_profile.clear(); // it is damaged, and the pixels stay sRGB
+    return true;
 }
 
 /// The profile that fits the pixels as they are written, if the image has it.
@@ -140,11 +97,55 @@ QByteArray WriteSource::profileFor(Encoding encoding) const
     return fits ? icc : QByteArray();
 }
 
-const uchar *WriteSource::row(int y) { return encoded(image_constScanLine(m_vellum, &m_image, y)); }
+const uchar *WriteSource::row(int y) { return nextRow(y, 1, image_constScanLine); }
 
 const uchar *WriteSource::rowFromBelow(int y)
 {
-    return encoded(image_constScanLine_reverse(m_vellum, &m_image, y));
+    return nextRow(y, -1, image_constScanLine_reverse);
+}
+
+const uchar *WriteSource::nextRow(int y, int step, Fetch fetch)
+{
+    if (!m_encoding.isNeeded())
+        return fetch(m_vellum, &m_image, y);
+    if (m_given == m_filled) {
+        if (!fillBatch(y, step, fetch))
+            return nullptr;
+        encodeBatch();
+    }
+    return m_batch[size_t(m_given++)].row;
+}
+
+/// Fetches the rows from \a y on. \return false as soon as one is null
+bool WriteSource::fillBatch(int y, int step, Fetch fetch)
+{
+    const int left = step > 0 ? m_image.height() - y : y + 1;
+    const qint64 bytes = rowBytes(m_image.width(), m_image.depth());
+    const int most = qMin(left, kMostRowsAhead);
+    const auto count = int(qBound(qint64(1), kBatchBytes / bytes, qint64(most)));
+    m_batch.resize(qMax(m_batch.size(), size_t(count)));
+    m_given = m_filled = 0;
+    for (int i = 0; i < count; ++i, y += step) {
+        m_batch[size_t(i)].row = fetch(m_vellum, &m_image, y);
+        if (!m_batch[size_t(i)].row)
+            return false;
+    }
+    m_filled = count;
+    return true;
+}
+
+void WriteSource::encodeBatch()
+{
+    const int rowsPerTask = qMax(1, kPixelsPerTask / m_image.width());
+    const int tasks = (m_filled + rowsPerTask - 1) / rowsPerTask;
+    m_workers.resize(size_t(mostWorkers()));
+    forAllInParallel(tasks, int(m_workers.size()), [&](int task, int worker) {
+        const int last = qMin((task + 1) * rowsPerTask, m_filled);
+        for (int i = task * rowsPerTask; i < last; ++i) {
+            Row &row = m_batch[size_t(i)];
+            row.row = m_encoding.encoded(row.row, row.buffers, m_workers[size_t(worker)]);
+        }
+    });
 }
 
 const uchar *WriteSource::extra(int y) const
@@ -152,60 +153,11 @@ const uchar *WriteSource::extra(int y) const
     return m_channels ? m_channels + qptrdiff(y) * m_channelStride : nullptr;
 }
 
-const uchar *WriteSource::encoded(const uchar *row)
-{
-    if (!row)
-        return nullptr;
-    const qint64 bytes = rowBytes(width(), m_image.depth());
-    if (m_vellum && m_vellum->storedBytesPerLine() < bytes) {
-        m_whole.resize(size_t(bytes));
-        std::memcpy(m_whole.data(), row, size_t(m_vellum->storedBytesPerLine()));
-        row = m_whole.data();
-    }
-    if (m_toProfile) {
-        std::memcpy(m_colors.data(), row, size_t(bytes)); // alpha stays
-        m_manager.doIccTransformSave(row, m_colors.data(), unsigned(width()), 1, unsigned(bytes),
-                                     unsigned(bytes));
-        row = m_colors.data();
-    }
-    row = converted(row);
-    return m_encoding == Encoding::Cmyk8 ? inCmyk(row) : row;
-}
-
-/// The row in m_rowFormat.
-const uchar *WriteSource::converted(const uchar *row)
-{
-    const QImage::Format format = m_image.format();
-    if (format != m_rowFormat) {
-        const bool isGrey = format == QImage::Format_Indexed8 && m_image.colorCount() == 0;
-        QImage wrapped(row, width(), 1, int(rowBytes(width(), m_image.depth())),
-                       isGrey ? QImage::Format_Grayscale8 : format);
-        if (!isGrey && wrapped.depth() <= 8)
-            wrapped.setColorTable(m_image.colorTable());
-        m_converted = wrapped.convertToFormat(m_rowFormat);
-        row = m_converted.constBits();
-    }
-    if (m_encoding != Encoding::Rgb16)
-        return row;
-    m_whole.resize(size_t(width()) * 8);
-    for (int x = 0; x < width(); ++x) // in place, or from another row
-        std::memmove(&m_whole[size_t(x) * 6], row + qptrdiff(x) * 8, 6);
-    return m_whole.data();
-}
-
-const uchar *WriteSource::inCmyk(const uchar *row)
-{
-    const auto pixels = unsigned(width());
-    m_vellum->doCmykTransform(row, m_inks.data(), pixels, 1,
-                              unsigned(rowBytes(width(), bitsPerPixel(m_rowFormat))), pixels * 4);
-    return m_inks.data();
-}
-
 Picture WriteSource::picture(const QString &description) const
 {
     Picture picture;
     picture.size = m_image.size();
-    picture.format = m_rowFormat;
+    picture.format = m_encoding.rowFormat();
     picture.colorTable = m_image.colorTable();
     picture.icc = m_profile;
     picture.dotsPerMeterX = m_image.dotsPerMeterX();

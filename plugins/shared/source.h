@@ -1,8 +1,7 @@
 // The image that a write reads: rows in the encoding that a format takes, in the right colours.
 #pragma once
 
-#include "shared/encoder.h"
-#include <vellum/color/lcmsmanager.h>
+#include "shared/rowencoding.h"
 
 #include <vector>
 
@@ -38,8 +37,12 @@ public:
     /// \return false when CMYK is wanted and there is no profile for it
     [[nodiscard]] bool prepare(Encoding encoding, bool withProfile);
 
-    /// Row \a y in the encoding prepared, valid until the next call; null means stop. Polls; call
-    /// it for all rows in order.
+    /// Rows that are fetched from the image, at most, before the first of them is given out. An
+    /// image whose rows come and go keeps that many behind the last one fetched.
+    static constexpr int kMostRowsAhead = 64;
+
+    /// Row \a y in the encoding prepared, valid until the next call; null means stop. Polls every
+    /// row, once and in order, but some rows ahead; call it for all rows in order.
     const uchar *row(int y);
     /// The same for a loop that walks up from the last row.
     const uchar *rowFromBelow(int y);
@@ -53,28 +56,30 @@ public:
     Picture picture(const QString &description) const;
 
 private:
-    const uchar *encoded(const uchar *row);
-    const uchar *converted(const uchar *row);
-    const uchar *inCmyk(const uchar *row);
-    void prepareColors();
+    struct Row
+    {
+        const uchar *row = nullptr; // as the image has it, then encoded
+        RowBuffers buffers;
+    };
+
+    using Fetch = const uchar *(*)(const Vellum *, const QImage *, int);
+    const uchar *nextRow(int y, int step, Fetch fetch);
+    bool fillBatch(int y, int step, Fetch fetch);
+    void encodeBatch();
     QByteArray profileFor(Encoding encoding) const;
-    int width() const { return m_image.width(); }
 
     const QImage &m_image;
     Vellum *m_vellum; // null for a plain QImage
-    Encoding m_encoding = Encoding::Rgb8;
-    QImage::Format m_rowFormat; // in which rows leave the image's own
+    RowEncoding m_encoding;
     QByteArray m_profile; // to embed
-    bool m_toProfile = false; // rows go from sRGB to it
-    CVlLcmsManager m_manager;
     const uchar *m_channels = nullptr;
     int m_channelCount = 0;
     int m_channelBits = 0;
     int m_channelStride = 0;
-    std::vector<uchar> m_colors; // a row in its profile
-    std::vector<uchar> m_whole; // a row that the image stores only in part
-    std::vector<uchar> m_inks;
-    QImage m_converted; // a row in m_rowFormat
+    std::vector<Row> m_batch;
+    std::vector<RowWorker> m_workers;
+    int m_filled = 0; // rows of the batch
+    int m_given = 0; // of them
 };
 
 } // namespace vellum::plugin

@@ -33,7 +33,7 @@ VELLUM_EXPORT void setIccProfilePath(const QString &path);
 /// colour space does not fit the format.
 ///
 /// \par Threads
-/// The static functions may be called from any thread. A manager belongs to one thread at a time.
+/// Static functions and doIccTransform...() are for any threads; the rest is for one at a time.
 class VELLUM_EXPORT CVlLcmsManager
 {
 public:

@@ -337,7 +337,7 @@ public:
     void rePrepareSaveCmyk(QImage::Format format);
     void doCmykTransform(const void *in, void *out, unsigned int pixelsPerLine,
                          unsigned int lineCount, unsigned int bytesPerLineIn,
-                         unsigned int bytesPerLineOut); ///< Uses the transform for saving.
+                         unsigned int bytesPerLineOut); ///< Uses it; for any threads at a time.
 
     /// True while there is a transform for saving as CMYK; getSaveAsCmyk() stays true after it.
     bool hasSaveCmykTransform() const;
