@@ -28,6 +28,8 @@ ColorInput::ColorInput(unsigned int inputColors, QImage::Format format, const QB
         CVlLcmsManager::getDefaultCmykIccProfile(press);
         m_hasTransform = prepare(press);
     }
+    if (inputPixelBytes(inputColors) == 4 && bitsPerPixel(format) == 32)
+        m_known = std::make_unique<KnownColors>(~0U);
 }
 
 /// \return false when there is no such transform
@@ -45,14 +47,26 @@ bool ColorInput::prepare(QByteArray icc)
 
 void ColorInput::convert(uchar *out, const uchar *in, int pixels)
 {
-    const int bytes = pixels * bitsPerPixel(m_format) / 8;
-    std::memset(out, 0xff, size_t(bytes)); // alpha is none of the transform's business
+    if (!m_hasTransform || !m_known)
+        std::memset(out, 0xff, size_t(rowBytes(pixels, bitsPerPixel(m_format)))); // for alpha
+    const auto through = [this](uchar *to, const uchar *from, int count) {
+        convertThrough(to, from, count);
+    };
     if (!m_hasTransform)
-        return convertPlainly(out, in, pixels);
-    const auto count = static_cast<unsigned int>(pixels);
+        convertPlainly(out, in, pixels);
+    else if (m_known)
+        m_known->convert(out, in, pixels, through);
+    else
+        convertThrough(out, in, pixels);
+}
+
+/// Alpha is none of the transform's business.
+void ColorInput::convertThrough(uchar *out, const uchar *in, int pixels)
+{
+    const auto count = unsigned(pixels);
     m_manager.doIccTransformRead(in, out, count, 1,
                                  count * unsigned(inputPixelBytes(m_inputColors)),
-                                 static_cast<unsigned int>(bytes));
+                                 unsigned(rowBytes(pixels, bitsPerPixel(m_format))));
 }
 
 void ColorInput::convertPlainly(uchar *out, const uchar *in, int pixels) const

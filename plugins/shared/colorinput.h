@@ -1,6 +1,7 @@
 // CMYK and Lab pixels on their way into an image, which holds RGB.
 #pragma once
 
+#include "shared/knowncolors.h"
 #include <vellum/color/lcmsmanager.h>
 
 #include <QByteArray>
@@ -25,12 +26,14 @@ public:
 
 private:
     bool prepare(QByteArray icc);
+    void convertThrough(uchar *out, const uchar *in, int pixels);
     void convertPlainly(uchar *out, const uchar *in, int pixels) const;
 
     CVlLcmsManager m_manager;
     unsigned int m_inputColors;
     QImage::Format m_format;
     bool m_hasTransform = false;
+    std::unique_ptr<KnownColors> m_known; // where pixels of both sides have 32 bits
 };
 
 } // namespace vellum::plugin
