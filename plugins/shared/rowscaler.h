@@ -10,7 +10,8 @@ namespace vellum::plugin {
 
 /// Takes source rows from the top down and gives result rows as soon as they are complete.
 ///
-/// Holds a few rows of sums, of the result's width. Colours are weighted with their alpha.
+/// Holds a row of sums and one or two of pixels, of the source's width. Colours are weighted with
+/// their alpha.
 class RowScaler
 {
     Q_DISABLE_COPY(RowScaler)
