@@ -222,7 +222,7 @@ private:
                          {"vellum, two threads", job({"cmyk", in, file("cmyk.tif"), "2"})},
                          {"tificc", {"tificc", "-t0", "-o", profile, in, file("cmyk-tificc.tif")}}},
                         {{"vellum, one thread", {"tificc", 1}},
-                         {"vellum, two threads", {"vellum, one thread", 1.7, true}}});
+                         {"vellum, two threads", {"tificc", 1.7, true}}});
     }
 
     QString m_folder;

@@ -73,7 +73,11 @@ void fillWithPhoto(Vellum &image)
 {
     const int width = image.width();
     const auto columns = size_t(width);
-    Plane light {{{width, 3001, 70, 1}, {width, 701, 40, 2}, {width, 97, 18, 3}, {width, 11, 6, 4}},
+    Plane light {{{width, 3001, 70, 1},
+                  {width, 701, 40, 2},
+                  {width, 97, 18, 3},
+                  {width, 11, 8, 4},
+                  {width, 3, 14, 9}},
                  std::vector<float>(columns)};
     Plane red {{{width, 1501, 35, 5}, {width, 301, 12, 6}}, std::vector<float>(columns)};
     Plane blue {{{width, 1301, 35, 7}, {width, 257, 12, 8}}, std::vector<float>(columns)};

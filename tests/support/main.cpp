@@ -11,6 +11,7 @@ extern "C" const char *__tsan_default_suppressions() // NOLINT(*-reserved-identi
 {
     return "race:QThreadPoolPrivate::enqueueTask\n"
            "race:QThreadPoolPrivate::reset\n"
+           "race:QListData::realloc_grow\n" // its threads that have nothing to do
            "race:QWaitCondition::~QWaitCondition\n";
 }
 #endif
