@@ -83,6 +83,7 @@ private:
         result.done = std::all_of(costs.begin(), costs.end(), [](const Cost &c) { return c.done; });
         const auto of = [&](double Cost::*member) {
             std::vector<double> values;
+            values.reserve(costs.size());
             for (const Cost &cost : costs)
                 values.push_back(cost.*member);
             std::sort(values.begin(), values.end());
