@@ -21,6 +21,12 @@ public:
     ///         \a failedBlock is then the index of the block that could not be had
     [[nodiscard]] static RowStore *allocate(qint64 bytesPerLine, int height, int &failedBlock);
 
+    /// Allocates a window of at least \a window rows that moves over \a height rows, at least 1,
+    /// of \a bytesPerLine bytes each, at least 1: rows that are windowRows() apart share their
+    /// memory. A window that would hold them all does.
+    /// \return null when memory runs out or a size is not representable
+    [[nodiscard]] static RowStore *allocateWindow(qint64 bytesPerLine, int height, int window);
+
     RowStore(const RowStore &) = delete;
     RowStore &operator=(const RowStore &) = delete;
     ~RowStore();
@@ -36,12 +42,16 @@ public:
     /// How many rows follow row \a y, which the store has, in its block.
     int rowsBelow(int y) const { return qMin(rowsPerBlock - 1 - y % rowsPerBlock, m_rows - 1 - y); }
 
+    /// Rows that have memory of their own.
+    qint64 windowRows() const { return qint64(m_owned) * rowsPerBlock; }
+
     size_t blockBytes() const { return size_t(rowsPerBlock) * size_t(bytesPerLine); }
 
 private:
     RowStore() : RowBlockBuffer {} { }
 
     int m_rows = 0; // rows asked for; 0 when a row has no bytes
+    int m_owned = 0; // blocks; those behind are the same ones over and over again
 };
 
 } // namespace vellum::image

@@ -20,6 +20,7 @@ namespace vellum::image {
 class HeldAttachments;
 class RowRuns;
 class RowStore;
+class RowWindow;
 }
 
 namespace vellum {
@@ -576,6 +577,7 @@ protected:
 private:
     friend class vellum::image::HeldAttachments;
     friend class vellum::image::RowRuns;
+    friend class vellum::image::RowWindow;
 
     void clear();
     void swapAttachments(Vellum &other);
@@ -584,6 +586,7 @@ private:
     template <typename Setter>
     auto withOwnMetadata(Setter setter);
     static bool replacePixels(Vellum &image, const Vellum &pixels);
+    static Vellum withoutRows(int w, int h, QImage::Format format);
     static void prepareCmykToRgbTransform();
     bool loadDirectly(QImageReader &reader);
     bool loadPlain(QImageReader &reader);

@@ -109,25 +109,32 @@ bool Vellum::create(Vellum &image, int w, int h, QImage::Format format)
     return replacePixels(image, plain);
 }
 
-bool Vellum::createBig(Vellum &image, int w, int h, QImage::Format format)
+/// The base of a big image, on address space that costs no memory; null when it cannot be had.
+Vellum Vellum::withoutRows(int w, int h, QImage::Format format)
 {
     const bool valid = w > 0 && h > 0 && format > Format_Invalid && format < NImageFormats;
     const auto nominal = valid
         ? QImageData::calculateImageParameters(w, h, qt_depthForFormat(format))
         : QImageData::ImageSizeParameters {-1, -1};
     if (!nominal.isValid())
-        return replacePixels(image, Vellum());
-
+        return {};
     auto reserved = std::make_unique<Reserved>(size_t(nominal.totalSize));
     if (!reserved->memory)
-        return replacePixels(image, Vellum());
-    Vellum big(reserved->memory, w, h, format, Reserved::destroy, reserved.get());
-    if (big.isNull())
-        return replacePixels(image, Vellum());
+        return {};
+    Vellum base(reserved->memory, w, h, format, Reserved::destroy, reserved.get());
+    if (base.isNull())
+        return base;
     static_cast<void>(reserved.release()); // the image data destroys it from now on
-    if (big.depth() == 1) // as every QImage that owns its pixels
-        big.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
-    big.alloc_buffer(nominal.bytesPerLine, h); // leaves a null image on failure
+    if (base.depth() == 1) // as every QImage that owns its pixels
+        base.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
+    return base;
+}
+
+bool Vellum::createBig(Vellum &image, int w, int h, QImage::Format format)
+{
+    Vellum big = withoutRows(w, h, format);
+    if (!big.isNull())
+        big.alloc_buffer(big.bytesPerLine(), h); // leaves a null image on failure
     return replacePixels(image, big);
 }
 
