@@ -52,6 +52,17 @@ void copyPixels(uchar *out, const uchar *in, int first, int count, int bits, boo
         copyBit(out, i, in, first + i, lowestFirst);
 }
 
+void clearUnusedBits(uchar *row, int width, QImage::Format format)
+{
+    const int used = width % 8;
+    if (used == 0)
+        return;
+    if (format == QImage::Format_Mono)
+        row[width / 8] &= uchar(0xff << (8 - used));
+    else if (format == QImage::Format_MonoLSB)
+        row[width / 8] &= uchar((1 << used) - 1);
+}
+
 void scatterPixels(uchar *out, int outFirst, int outStep, const uchar *in, int inFirst, int count,
                    int bits, bool lowestFirst)
 {

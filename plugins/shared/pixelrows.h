@@ -15,6 +15,10 @@ qint64 rowBytes(int width, int bits);
 /// are taken from the highest bit on, or from the lowest with \a lowestFirst.
 void copyPixels(uchar *out, const uchar *in, int first, int count, int bits, bool lowestFirst);
 
+/// Clears the bits behind the last of \a width pixels in its byte, where pixels have one bit:
+/// writers copy whole bytes into files.
+void clearUnusedBits(uchar *row, int width, QImage::Format format);
+
 /// Copies \a count pixels, from pixel \a inFirst of \a in on, to every \a outStep th pixel of
 /// \a out from \a outFirst on. Bits as by copyPixels().
 void scatterPixels(uchar *out, int outFirst, int outStep, const uchar *in, int inFirst, int count,

@@ -107,7 +107,8 @@ std::unique_ptr<RowStage> RowReader::makeStage(RowOutput &output)
     }
     if (m_formatter->isNeeded() || m_delivered.width() != m_wanted.width())
         return makeCropStage(output, rows, m_wanted.x() - m_delivered.x());
-    return makeDirectStage(output, size_t(output.width()) * size_t(extraBytes));
+    return makeDirectStage(output, m_formatter->format(),
+                           size_t(output.width()) * size_t(extraBytes));
 }
 
 ReadResult RowReader::readRows(RowOutput &output)
@@ -132,8 +133,10 @@ ReadResult RowReader::decodeRows(RowStage &stage)
         uchar *const row = stage.room();
         if (!row)
             return ReadResult::Stopped;
-        if (!m_decoder.readRow(row, extra))
+        if (!m_decoder.readRow(row, extra)) {
+            stage.abandon();
             return ReadResult::Damaged;
+        }
         if (!stage.put(extra))
             return ReadResult::Stopped;
     }

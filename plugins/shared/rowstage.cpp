@@ -12,23 +12,32 @@ namespace {
 class DirectStage : public RowStage
 {
 public:
-    DirectStage(RowOutput &output, size_t extraBytes) : m_output(output), m_extraBytes(extraBytes)
+    DirectStage(RowOutput &output, QImage::Format format, size_t extraBytes)
+        : m_output(output), m_format(format), m_extraBytes(extraBytes)
     {
     }
 
-    uchar *room() override { return m_output.row(); }
+    uchar *room() override { return m_row = m_output.row(); }
 
     bool put(const uchar *extra) override
     {
+        clearUnusedBits(m_row, m_output.width(), m_format);
         if (uchar *const kept = m_output.extra())
             std::memcpy(kept, extra, m_extraBytes);
         m_output.next();
         return true;
     }
 
+    void abandon() override
+    {
+        std::memset(m_row, 0, size_t(rowBytes(m_output.width(), bitsPerPixel(m_format))));
+    }
+
 private:
     RowOutput &m_output;
+    QImage::Format m_format;
     size_t m_extraBytes;
+    uchar *m_row = nullptr; // of the image
 };
 
 class CropStage : public RowStage
@@ -49,6 +58,7 @@ public:
         const QImage::Format format = m_rows.formatter.format();
         copyPixels(out, m_rows.formatter.format(m_rows.room), m_first, m_output.width(),
                    bitsPerPixel(format), format == QImage::Format_MonoLSB);
+        clearUnusedBits(out, m_output.width(), format);
         if (uchar *const kept = m_output.extra()) {
             std::memcpy(kept, extra + qint64(m_first) * m_rows.extraPixelBytes,
                         size_t(m_output.width()) * size_t(m_rows.extraPixelBytes));
@@ -100,9 +110,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<RowStage> makeDirectStage(RowOutput &output, size_t extraBytes)
+std::unique_ptr<RowStage> makeDirectStage(RowOutput &output, QImage::Format format,
+                                          size_t extraBytes)
 {
-    return std::make_unique<DirectStage>(output, extraBytes);
+    return std::make_unique<DirectStage>(output, format, extraBytes);
 }
 
 std::unique_ptr<RowStage> makeCropStage(RowOutput &output, const DecodedRows &rows, int first)

@@ -23,11 +23,15 @@ public:
     /// Takes the row that was decoded to room(), with its extra channels if they are kept.
     /// \return false for stop
     [[nodiscard]] virtual bool put(const uchar *extra) = 0;
+
+    /// The row of room() cannot be decoded: what came of it is not kept.
+    virtual void abandon() { }
 };
 
 /// Rows that are decoded right into the image.
 /// \param extraBytes  of a row of extra channels
-std::unique_ptr<RowStage> makeDirectStage(RowOutput &output, size_t extraBytes);
+std::unique_ptr<RowStage> makeDirectStage(RowOutput &output, QImage::Format format,
+                                          size_t extraBytes);
 
 /// What crop and scale stages know of decoded rows.
 struct DecodedRows

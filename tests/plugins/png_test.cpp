@@ -213,6 +213,32 @@ TEST_P(PngKinds, ClipsBeforeAndAfterScalingArePartsOfTheWhole)
     EXPECT_EQ(part, scaled.copy(4, 1, 9, 3));
 }
 
+// Writers copy them into files, where what memory happened to hold has no business.
+TEST(PngBits, ThoseBehindTheLastPixelOfARowAreClear)
+{
+    PngFile file;
+    file.type = PNG_COLOR_TYPE_GRAY;
+    file.depth = 1;
+    for (const bool interlaced : {false, true}) {
+        for (const QRect &clip : {QRect(), QRect(3, 2, 21, 7)}) {
+            file.interlaced = interlaced;
+            QByteArray bytes = makePng(file);
+            QBuffer buffer(&bytes);
+            buffer.open(QIODevice::ReadOnly);
+            const auto handler = makeHandler(QStringLiteral("png"), &buffer);
+            handler->setOption(QImageIOHandler::ClipRect, clip);
+            const QSize size = clip.isNull() ? file.size : clip.size();
+            Vellum image =
+                makeNoise(size.width(), size.height(), QImage::Format_Mono, Storage::Big);
+
+            ASSERT_TRUE(handler->read(&image));
+
+            for (int y = 0; y < size.height(); ++y)
+                ASSERT_EQ(0, image.scanLineEx(y)[size.width() / 8] & (0xff >> size.width() % 8));
+        }
+    }
+}
+
 TEST(PngScaling, AFlatPictureStaysFlatAtEverySize)
 {
     QImage flat(61, 43, QImage::Format_RGBA64);
