@@ -127,6 +127,11 @@ void BmpDecoder::keepIndicesInTable(uchar *row) const
                    [last = uchar(last)](uchar index) { return qMin(index, last); });
 }
 
+bool BmpDecoder::foresee(int, Picture &)
+{
+    return m_header.profileBytes == 0 || m_bytes.canSeek(); // then it has been fetched
+}
+
 void BmpDecoder::readEnd(Picture &picture)
 {
     // What could be fetched beforehand has been.

@@ -22,6 +22,7 @@ public:
     int maxExpansion() const override;
     QRect start(const QRect &wanted) override;
     bool readRow(uchar *row, uchar *extra) override;
+    bool foresee(int lastRow, Picture &picture) override;
     void readEnd(Picture &picture) override;
 
 private:

@@ -1,9 +1,12 @@
 #include "png/pngdecoder.h"
 
 #include "png/pngcolor.h"
+#include "png/pnglatechunks.h"
 #include "shared/device.h"
 #include "shared/exif.h"
 #include "shared/pixelrows.h"
+
+#include <QBuffer>
 
 #include <cstddef>
 #include <cstdlib>
@@ -16,6 +19,8 @@ namespace {
 
 /// Deflate's best ratio, reached by rows of equal bytes, is just below.
 constexpr int kDeflateExpansion = 1032;
+
+constexpr int kMostChunks = 1000; // of texts and the like, whose cost grows with the square
 
 /// What libpng's memory is accounted with.
 struct alignas(std::max_align_t) Allocation
@@ -74,7 +79,6 @@ bool PngDecoder::readHeader(Picture &picture)
 {
     if (!m_info)
         return false;
-    constexpr int kMostChunks = 1000; // of texts and the like, whose cost grows with the square
     QImage::Format format = QImage::Format_Invalid;
     const bool isRead = guarded([&] {
         png_set_user_limits(m_png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
@@ -279,6 +283,25 @@ bool PngDecoder::readRow(uchar *row, uchar *)
     --m_rowsLeft;
     // A call for the last row also reads what follows it, and fails when that is missing.
     return guarded([&] { png_read_row(m_png, row, nullptr); }) || rowsSeen() != before;
+}
+
+bool PngDecoder::foresee(int lastRow, Picture &picture)
+{
+    if (lastRow + 1 < m_size.height()) // readEnd() will not go behind the pixels
+        return true;
+    const QVector<Text> before = texts();
+    std::optional<QByteArray> late =
+        lateChunks(m_device, kMostMetadata, kMostChunks / 2 - before.size());
+    if (!late || late->isEmpty())
+        return late.has_value();
+    QBuffer file(&*late);
+    Picture end;
+    if (!file.open(QIODevice::ReadOnly) || !PngDecoder(file, m_category).readHeader(end))
+        return false;
+    picture.texts = before + end.texts;
+    if (picture.exif.isEmpty())
+        picture.exif = end.exif;
+    return true;
 }
 
 void PngDecoder::readEnd(Picture &picture)

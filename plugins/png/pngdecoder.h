@@ -17,6 +17,7 @@ public:
     QRect start(const QRect &wanted) override;
     QVector<Lattice> lattices() const override;
     bool readRow(uchar *row, uchar *extra) override;
+    bool foresee(int lastRow, Picture &picture) override;
     void readEnd(Picture &picture) override;
 
 private:

@@ -44,6 +44,11 @@ public:
     /// empty size, as here, stands for that of the header.
     virtual QSize reduce(const QSize &atLeast);
 
+    /// Reads, ahead of the pixels, what readEnd() would add to \a picture once the rows down to
+    /// \a lastRow have come.
+    /// \return false when that cannot be known yet
+    [[nodiscard]] virtual bool foresee(int lastRow, Picture &picture);
+
     /// What will be delivered when \a wanted (in pixels of the size that reduce() answered) is
     /// asked for: a rectangle that holds it. Rows above it never come, rows below \a wanted are
     /// not asked for. With picture.bottomUp, y counts rows from the bottom.
@@ -66,12 +71,14 @@ public:
     /// that. Asked when all have come.
     virtual bool isDamaged() const;
 
-    /// Called when all rows have come, to read what follows them. Adds to \a picture.
+    /// Called when all rows have come, to read what follows them. Adds to \a picture; whoever
+    /// does overrides foresee() too.
     virtual void readEnd(Picture &picture);
 };
 
 inline void Decoder::obey(unsigned int, Picture &) { }
 inline QSize Decoder::reduce(const QSize &) { return {}; }
+inline bool Decoder::foresee(int, Picture &) { return true; }
 inline QVector<Lattice> Decoder::lattices() const { return {}; }
 inline bool Decoder::isDamaged() const { return false; }
 inline void Decoder::readEnd(Picture &) { }

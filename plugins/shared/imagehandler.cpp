@@ -180,9 +180,35 @@ bool ImageHandler::encode(const QImage &image, Encoder &encoder) const
     return encoder.writeEnd();
 }
 
+QImage::Format ImageHandler::readFormat() const
+{
+    if (!ensureHeader())
+        return QImage::Format_Invalid;
+    return RowReader(*m_decoder, m_picture, m_request, m_fileBytes).plan();
+}
+
+RowOrder ImageHandler::readOrder() const
+{
+    if (!ensureHeader())
+        return RowOrder::None;
+    RowReader reader(*m_decoder, m_picture, m_request, m_fileBytes);
+    if (reader.plan() == QImage::Format_Invalid || !reader.comesRowByRow(m_picture))
+        return RowOrder::None;
+    return m_picture.bottomUp ? RowOrder::BottomUp : RowOrder::TopDown;
+}
+
+RowOrder ImageHandler::writeOrder() const
+{
+    const std::unique_ptr<Encoder> encoder =
+        device() ? makeEncoder(*device(), m_writeOptions) : nullptr;
+    if (!encoder || m_transformation != TransformationNone)
+        return RowOrder::None;
+    return encoder->bottomUp() ? RowOrder::BottomUp : RowOrder::TopDown;
+}
+
 bool ImageHandler::supportsOption(ImageOption option) const
 {
-    return m_options.contains(option) || option == kRowsRead || option == kEncodedSize;
+    return m_options.contains(option) || (option >= kWriteOrder && option <= kRowsRead);
 }
 
 QVariant ImageHandler::option(ImageOption option) const
@@ -193,6 +219,12 @@ QVariant ImageHandler::option(ImageOption option) const
         return m_rowsRead;
     if (option == kEncodedSize)
         return m_encodedSize;
+    if (option == kReadOrder)
+        return int(readOrder());
+    if (option == kReadFormat)
+        return int(readFormat());
+    if (option == kWriteOrder)
+        return int(writeOrder());
     switch (option) {
     case Gamma:
         return m_encodedSize >= 0 ? float(m_encodedSize) : m_gamma;

@@ -15,7 +15,11 @@
 namespace vellum::plugin {
 
 using vellum::kEncodedSize;
+using vellum::kReadFormat;
+using vellum::kReadOrder;
 using vellum::kRowsRead;
+using vellum::kWriteOrder;
+using vellum::RowOrder;
 
 /// A format subclasses this and supplies a decoder and an encoder.
 ///
@@ -74,6 +78,9 @@ private:
     enum class State { Fresh, HeaderRead, PixelsRead, Failed };
 
     bool ensureHeader() const;
+    QImage::Format readFormat() const;
+    RowOrder readOrder() const;
+    RowOrder writeOrder() const;
     QVariant fromHeader(ImageOption option) const;
     bool writePages(const QImage &image, QIODevice &device) const;
     bool writeTransformed(const QImage &image, Encoder &encoder) const;

@@ -44,6 +44,23 @@ try {
     return refuse("no memory for rows");
 }
 
+QImage::Format RowReader::plan()
+{
+    if (!m_plan.isValid())
+        return QImage::Format_Invalid;
+    const QSize reduced = m_decoder.reduce(m_plan.wholeAtScale());
+    if (!reduced.isEmpty())
+        m_plan.setDelivered(reduced);
+    m_scales = !m_plan.columns().isIdentity() || !m_plan.rows().isIdentity();
+    return m_scales ? averagedFormat(m_picture.format, m_picture.colorTable) : m_picture.format;
+}
+
+bool RowReader::comesRowByRow(Picture &picture) const
+{
+    return m_plan.isValid() && m_decoder.lattices().isEmpty() && picture.extraChannels == 0 &&
+        m_decoder.foresee(m_plan.region().bottom(), picture);
+}
+
 /// Of a file whose size is not known at least one row must be small: unlike the image, whose
 /// memory is there when rows arrive to fill it, rows are touched before.
 bool RowReader::isClaimJustified(int bits) const
@@ -61,12 +78,7 @@ ReadResult RowReader::readInto(ReadTarget &target)
     if (!isClaimJustified(bits))
         return refuse("the file is too short for the size it claims");
 
-    const QSize reduced = m_decoder.reduce(m_plan.wholeAtScale());
-    if (!reduced.isEmpty())
-        m_plan.setDelivered(reduced);
-    m_scales = !m_plan.columns().isIdentity() || !m_plan.rows().isIdentity();
-    const QImage::Format format =
-        m_scales ? averagedFormat(m_picture.format, m_picture.colorTable) : m_picture.format;
+    const QImage::Format format = plan();
     if (format == QImage::Format_Invalid || !target.prepare(m_plan.outputSize(), format))
         return refuse("no memory for the image");
     target.describe(m_picture);

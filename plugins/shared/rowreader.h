@@ -28,6 +28,13 @@ public:
     RowReader(Decoder &decoder, const Picture &picture, const ReadRequest &request,
               qint64 fileBytes);
 
+    /// The format of the result; invalid when there will be none.
+    QImage::Format plan();
+
+    /// Whether the rows of the result will be asked for one after the other, when all that stands
+    /// beside them is on the image. After plan(); \a picture is the one that the reader has.
+    bool comesRowByRow(Picture &picture) const;
+
     /// Gives \a target the size and format of the result and all that stands beside the pixels,
     /// then the pixels.
     [[nodiscard]] ReadResult read(ReadTarget &target);

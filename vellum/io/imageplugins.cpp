@@ -36,6 +36,7 @@ QList<ImagePlugin> imagePlugins()
                         strings(metaData.value(QLatin1String("MimeTypes"))),
                         metaData.value(QLatin1String("Vellum")).toBool(),
                         metaData.value(QLatin1String("VellumPages")).toBool(),
+                        metaData.value(QLatin1String("VellumRows")).toBool(),
                         metaData.value(QLatin1String("VellumCmyk")).toBool()});
     }
     return plugins;

@@ -16,6 +16,7 @@ struct ImagePlugin
     QStringList mimeTypes; ///< one per key
     bool knowsVellum; ///< metadata "Vellum": true: it fills and reads a Vellum, big ones too
     bool writesChains; ///< metadata "VellumPages": true: it writes the images linked to one, too
+    bool tellsRowOrder; ///< metadata "VellumRows": true: it tells kReadOrder and kWriteOrder
     bool writesCmyk; ///< metadata "VellumCmyk": true: it writes CMYK when that has been prepared
 };
 
