@@ -30,6 +30,7 @@
 #include <vellum/io/plugins.h>
 #include <vellum/io/readoptions.h>
 #include <vellum/io/saveimage.h>
+#include <vellum/io/streampicture.h>
 #include <vellum/scale/sampling.h>
 #include <vellum/scale/scale.h>
 #include <vellum/scale/scalecrop.h>

@@ -248,18 +248,6 @@ TEST(PngDamage, ADamagedChecksumOfPixelsIsADamagedFile)
 
 namespace {
 
-QByteArray chunk(const QByteArray &typeAndData)
-{
-    QByteArray bytes(4, '\0');
-    qToBigEndian(quint32(typeAndData.size() - 4), bytes.data());
-    bytes += typeAndData;
-    const uLong crc = crc32(0, reinterpret_cast<const Bytef *>(typeAndData.constData()),
-                            static_cast<uInt>(typeAndData.size()));
-    QByteArray sum(4, '\0');
-    qToBigEndian(quint32(crc), sum.data());
-    return bytes + sum;
-}
-
 /// A file of 60 bytes.
 QByteArray claiming(quint32 width, quint32 height, bool interlaced)
 {
@@ -267,8 +255,8 @@ QByteArray claiming(quint32 width, quint32 height, bool interlaced)
     qToBigEndian(width, header.data() + 4);
     qToBigEndian(height, header.data() + 8);
     header[16] = char(interlaced);
-    return QByteArray("\x89PNG\r\n\x1a\n") + chunk(header) + chunk("IDAT\x78\x01\x01") +
-        chunk("IEND");
+    return QByteArray("\x89PNG\r\n\x1a\n") + pngChunk(header) + pngChunk("IDAT\x78\x01\x01") +
+        pngChunk("IEND");
 }
 
 constexpr qint64 kLittle = 96 << 20;

@@ -1,6 +1,9 @@
+#include <QtEndian>
+
 #include <random>
 #include <support/pngfile.h>
 #include <vector>
+#include <zlib.h>
 
 namespace vellum::test {
 
@@ -61,6 +64,18 @@ QByteArray makePng(const PngFile &file)
     png_write_end(png, info);
     png_destroy_write_struct(&png, &info);
     return bytes;
+}
+
+QByteArray pngChunk(const QByteArray &kindAndContent)
+{
+    QByteArray bytes(4, '\0');
+    qToBigEndian(quint32(kindAndContent.size() - 4), bytes.data());
+    bytes += kindAndContent;
+    const uLong crc = crc32(0, reinterpret_cast<const Bytef *>(kindAndContent.constData()),
+                            static_cast<uInt>(kindAndContent.size()));
+    QByteArray sum(4, '\0');
+    qToBigEndian(quint32(crc), sum.data());
+    return bytes + sum;
 }
 
 } // namespace vellum::test

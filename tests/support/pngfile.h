@@ -30,4 +30,7 @@ inline void PrintTo(const PngFile &, std::ostream *) { }
 /// Noise; palettes have as many colours as the depth allows, all different.
 QByteArray makePng(const PngFile &file);
 
+/// A chunk, with its length and checksum, of a kind (4 letters) and what follows it.
+QByteArray pngChunk(const QByteArray &kindAndContent);
+
 } // namespace vellum::test

@@ -62,13 +62,21 @@ private:
     HrleCheck m_check;
 };
 
+/// A handler of a plugin that fills a Vellum.
+struct VellumHandler
+{
+    std::unique_ptr<QImageIOHandler> handler; ///< null for none
+    bool tellsRowOrder = false;
+};
+
 /// A plugin that fills a Vellum, plain or big, driven without QImageReader, which would ask
 /// others first.
 class PluginDecoder : public Decoder
 {
 public:
-    PluginDecoder(std::unique_ptr<WatchedFile> file, std::unique_ptr<QImageIOHandler> handler)
-        : m_file(std::move(file)), m_handler(std::move(handler))
+    PluginDecoder(std::unique_ptr<WatchedFile> file, VellumHandler handler)
+        : m_file(std::move(file)), m_handler(std::move(handler.handler)),
+          m_tellsRowOrder(handler.tellsRowOrder)
     {
     }
 
@@ -110,6 +118,14 @@ public:
 
     QString fault() const override { return {}; }
 
+    RowFlow rowFlow() const override
+    {
+        if (!m_tellsRowOrder)
+            return {};
+        return {RowOrder(m_handler->option(kReadOrder).toInt()),
+                checkedFormat(m_handler->option(kReadFormat).toInt())};
+    }
+
     FileStatus read(Vellum &image, JobProgress &progress, int &rows) override
     {
         m_file->progress = &progress;
@@ -137,6 +153,7 @@ private:
 
     std::unique_ptr<WatchedFile> m_file;
     std::unique_ptr<QImageIOHandler> m_handler;
+    bool m_tellsRowOrder;
     int m_page = 0;
 };
 
@@ -254,8 +271,8 @@ std::unique_ptr<Decoder> makeHrleDecoder(const QString &fileName, OpenResult &re
     return std::make_unique<HrleDecoder>(fileName, check);
 }
 
-/// The handler of the first plugin that fills a Vellum and can read \a file; null for none.
-std::unique_ptr<QImageIOHandler> vellumHandler(QIODevice &file)
+/// The handler of the first plugin that fills a Vellum and can read \a file.
+VellumHandler vellumHandler(QIODevice &file)
 {
     const QList<ImagePlugin> plugins = imagePlugins();
     for (const ImagePlugin &plugin : plugins) {
@@ -267,9 +284,9 @@ std::unique_ptr<QImageIOHandler> vellumHandler(QIODevice &file)
             continue;
         handler->setDevice(&file);
         if (handler->canRead())
-            return handler;
+            return {std::move(handler), plugin.tellsRowOrder};
     }
-    return nullptr;
+    return {};
 }
 
 } // namespace
@@ -282,6 +299,12 @@ qint64 WatchedFile::readData(char *data, qint64 size)
             return -1;
     }
     return QFile::readData(data, size);
+}
+
+QString damage(const Decoder &decoder)
+{
+    const QString fault = decoder.fault();
+    return fault.isEmpty() ? QStringLiteral("the file is damaged") : fault;
 }
 
 std::unique_ptr<Decoder> makeDecoder(const QString &fileName, OpenResult &result)
@@ -297,7 +320,7 @@ std::unique_ptr<Decoder> makeDecoder(const QString &fileName, OpenResult &result
         result = failed(FileStatus::NotFound, file->errorString());
         return nullptr;
     }
-    if (auto handler = vellumHandler(*file))
+    if (auto handler = vellumHandler(*file); handler.handler)
         return std::make_unique<PluginDecoder>(std::move(file), std::move(handler));
     if (file->peek(2) == "BM" && isCutShort(*file)) // its header tells
         result = failed(FileStatus::Damaged, cutShortFault());

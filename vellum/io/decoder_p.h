@@ -2,6 +2,7 @@
 #pragma once
 
 #include <vellum/io/filestatus.h>
+#include <vellum/io/handleroptions.h>
 #include <vellum/io/jobprogress_p.h>
 #include <vellum/io/picturefile.h>
 
@@ -24,6 +25,13 @@ public:
 
 protected:
     qint64 readData(char *data, qint64 size) override;
+};
+
+/// How a decoder goes through the rows of an image that it fills.
+struct RowFlow
+{
+    RowOrder order = RowOrder::None; ///< see kReadOrder
+    QImage::Format format = QImage::Format_Invalid; ///< of that image
 };
 
 class Decoder
@@ -49,6 +57,9 @@ public:
     /// \return false when the decoder knows nothing of \a option, which then is not applied
     virtual bool setOption(QImageIOHandler::ImageOption option, const QVariant &value) = 0;
 
+    /// What the next read does, with the options that have been set.
+    virtual RowFlow rowFlow() const { return {}; }
+
     /// Reads the page into \a image, which is null or of the right size and format, and counts
     /// the \a rows that were read, if it can.
     /// \return Done, Damaged or OutOfMemory; anything once the job is cancelled
@@ -57,6 +68,9 @@ public:
     /// Why the file is damaged, one clause, once it has been read; empty when that is not known.
     virtual QString fault() const = 0;
 };
+
+/// What is wrong with the damaged file of \a decoder, which has been read: one clause.
+[[nodiscard]] QString damage(const Decoder &decoder);
 
 /// The decoder for the file \a fileName; null when it is no picture. What is wrong with the file,
 /// as far as that shows without decoding it, is in \a result.

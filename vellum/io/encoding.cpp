@@ -81,13 +81,24 @@ bool cleanPadding(Vellum &image)
     return !image.isNull();
 }
 
-ColorOutcome convertColors(Vellum &image, const SaveOptions &options, JobProgress &progress)
+/// The profile that the pixels are colours of; empty for sRGB.
+QByteArray profileOfPixels(const Vellum &image, const SaveOptions &options)
 {
     // Those of a CMYK file have been made sRGB by its decoder.
     const bool areOwn = options.colors == PixelColors::FileOwn && !image.isOrgFileCmyk();
-    const QByteArray own = areOwn ? image.getIccProfile() : QByteArray();
+    return areOwn ? image.getIccProfile() : QByteArray();
+}
+
+bool isRgbProfile(const QByteArray &icc)
+{
+    return describeProfile(icc).colorSpace == QLatin1String("RGB");
+}
+
+ColorOutcome convertColors(Vellum &image, const SaveOptions &options, JobProgress &progress)
+{
+    const QByteArray own = profileOfPixels(image, options);
     if (options.cmyk) {
-        if (describeProfile(own).colorSpace == QLatin1String("RGB"))
+        if (isRgbProfile(own))
             return ColorOutcome::Done; // the inks are made from these colours, row by row
         const ColorOutcome outcome =
             own.isEmpty() ? ColorOutcome::Done : toSrgb(image, own, progress);
@@ -99,17 +110,6 @@ ColorOutcome convertColors(Vellum &image, const SaveOptions &options, JobProgres
     if (options.colors == PixelColors::Srgb && !image.getIccProfile().isEmpty())
         image.setIccProfile({}); // not that of the pixels
     return ColorOutcome::Done;
-}
-
-/// Has QColorSpace, which is what Qt's encoders embed, say the same as the profile.
-void matchColorSpace(Vellum &image)
-{
-    const QByteArray profile = image.getIccProfile();
-    const QColorSpace space = image.colorSpace();
-    if (profile.isEmpty() ? !space.isValid() || fileProfile(image).isEmpty()
-                          : space.iccProfile() == profile)
-        return; // setting it copies the pixels of a plain image that is shared
-    image.setColorSpace(profile.isEmpty() ? QColorSpace() : QColorSpace::fromIccProfile(profile));
 }
 
 using Guards = std::vector<std::unique_ptr<ProgressGuard>>;
@@ -138,12 +138,13 @@ SaveResult encodeHrle(Vellum &image, QIODevice &device, JobProgress &progress)
     return saveFailure(FileStatus::NotWritten, QStringLiteral("the picture cannot be written"));
 }
 
-SaveResult encodeWithPlugin(Vellum &image, const Encoder &encoder, QIODevice &device,
-                            const SaveOptions &options, JobProgress &progress)
+/// A handler that is ready to write; null when the plugin cannot be used.
+std::unique_ptr<QImageIOHandler> makeHandler(const Encoder &encoder, QIODevice &device,
+                                             const SaveOptions &options)
 {
-    const auto handler = makeWritingHandler(encoder.plugin, &device, encoder.format);
+    auto handler = makeWritingHandler(encoder.plugin, &device, encoder.format);
     if (!handler)
-        return saveFailure(FileStatus::NotAPicture, QStringLiteral("its plugin cannot be used"));
+        return nullptr;
     handler->setDevice(&device);
     handler->setFormat(encoder.format);
     WriteSettings settings;
@@ -153,6 +154,15 @@ SaveResult encodeWithPlugin(Vellum &image, const Encoder &encoder, QIODevice &de
     settings.optimizedWrite = options.optimized;
     settings.progressiveScanWrite = options.progressive;
     passSettings(*handler, settings);
+    return handler;
+}
+
+SaveResult encodeWithPlugin(Vellum &image, const Encoder &encoder, QIODevice &device,
+                            const SaveOptions &options, JobProgress &progress)
+{
+    const auto handler = makeHandler(encoder, device, options);
+    if (!handler)
+        return saveFailure(FileStatus::NotAPicture, QStringLiteral("its plugin cannot be used"));
     if (options.cmyk &&
         !prepareSaveCmyk(image, {options.profile, image.getIccProfile(), options.conversion})) {
         return saveFailure(FileStatus::NotWritten,
@@ -215,43 +225,78 @@ Encoder findEncoder(const QByteArray &format, QIODevice &device)
     return encoder;
 }
 
-SaveResult makeReady(Vellum &image, const Encoder &encoder, const SaveOptions &options,
-                     JobProgress &progress)
+RowOrder writeOrder(const Encoder &encoder, QIODevice &device, const SaveOptions &options)
 {
-    if (image.isNull())
-        return saveFailure(FileStatus::NotAPicture, QStringLiteral("there is no picture to save"));
+    if (encoder.kind != Encoder::Plugin || !encoder.plugin.tellsRowOrder)
+        return RowOrder::None;
+    const auto handler = makeHandler(encoder, device, options);
+    return handler ? RowOrder(handler->option(kWriteOrder).toInt()) : RowOrder::None;
+}
+
+SaveResult checkEncoder(const Encoder &encoder, const QSize &size, const SaveOptions &options)
+{
+    const QString kind = QString::fromLatin1(encoder.format);
     if (encoder.kind == Encoder::None) {
         return saveFailure(FileStatus::NotAPicture,
-                           encoder.format.isEmpty()
+                           kind.isEmpty()
                                ? QStringLiteral("its kind of file is not known")
-                               : QStringLiteral("files of kind %1 cannot be written")
-                                     .arg(QString::fromLatin1(encoder.format)));
+                               : QStringLiteral("files of kind %1 cannot be written").arg(kind));
     }
     if (options.cmyk && !encoder.writesCmyk()) {
         return saveFailure(FileStatus::NotAPicture,
-                           QStringLiteral("files of kind %1 cannot be written in CMYK")
-                               .arg(QString::fromLatin1(encoder.format)));
+                           QStringLiteral("files of kind %1 cannot be written in CMYK").arg(kind));
     }
     if (options.cmyk && !options.profile.isEmpty() &&
         describeProfile(options.profile).colorSpace != QLatin1String("CMYK")) {
         return saveFailure(FileStatus::NotWritten,
                            QStringLiteral("its colours cannot be converted to the profile"));
     }
-    if (encoder.kind == Encoder::Hrle) {
-        const QString fault = hrleFault(image.size());
-        if (!fault.isEmpty())
-            return saveFailure(FileStatus::OverLimit, fault);
-    }
+    const QString fault = encoder.kind == Encoder::Hrle ? hrleFault(size) : QString();
+    return fault.isEmpty() ? SaveResult() : saveFailure(FileStatus::OverLimit, fault);
+}
 
+bool changesPixels(const Vellum &image, const SaveOptions &options)
+{
+    if (!options.cmyk)
+        return !options.profile.isEmpty();
+    const QByteArray own = profileOfPixels(image, options);
+    return !own.isEmpty() && !isRgbProfile(own);
+}
+
+SaveResult changeColors(Vellum &image, const SaveOptions &options, JobProgress &progress)
+{
     switch (convertColors(image, options, progress)) {
     case ColorOutcome::Done:
-        break;
+        return {};
     case ColorOutcome::Impossible:
         return saveFailure(FileStatus::NotWritten,
                            QStringLiteral("its colours cannot be converted to the profile"));
     case ColorOutcome::Failed:
-        return stepFailure(progress);
+        break;
     }
+    return stepFailure(progress);
+}
+
+void matchColorSpace(Vellum &image)
+{
+    const QByteArray profile = image.getIccProfile();
+    const QColorSpace space = image.colorSpace();
+    if (profile.isEmpty() ? !space.isValid() || fileProfile(image).isEmpty()
+                          : space.iccProfile() == profile)
+        return; // setting it copies the pixels of a plain image that is shared
+    image.setColorSpace(profile.isEmpty() ? QColorSpace() : QColorSpace::fromIccProfile(profile));
+}
+
+SaveResult makeReady(Vellum &image, const Encoder &encoder, const SaveOptions &options,
+                     JobProgress &progress)
+{
+    if (image.isNull())
+        return saveFailure(FileStatus::NotAPicture, QStringLiteral("there is no picture to save"));
+    SaveResult result = checkEncoder(encoder, image.size(), options);
+    if (result)
+        result = changeColors(image, options, progress);
+    if (!result)
+        return result;
 
     const bool big = image.isBigImage() && encoder.knowsVellum();
     const QImage::Format format =

@@ -26,6 +26,8 @@ bool JobProgress::poll(double fraction)
 ProgressGuard JobProgress::watch(Vellum &image, ProgressGuard::Positions positions, int part,
                                  int parts)
 {
+    if (m_gate && positions == ProgressGuard::Positions::Rows)
+        return watchRows(image, m_rows);
     const auto report = [=](int percent) { return poll((part + percent / 100.0) / parts); };
     return ProgressGuard(image, report, nullptr, 0, 1.0, positions);
 }
@@ -39,6 +41,8 @@ ProgressGuard JobProgress::watchRows(Vellum &image, int &rows)
         [this, height, &rows](int row) {
             if (row > 0)
                 rows = qMax(rows, row - 1);
+            if (m_gate && !m_gate(row))
+                return false;
             return poll(height > 0 ? double(row) / height : 0);
         },
         nullptr, 0, 1.0, ProgressGuard::Positions::Percent);

@@ -5,6 +5,8 @@
 #include <vellum/image/vellum.h>
 
 #include <atomic>
+#include <functional>
+#include <utility>
 
 namespace vellum::io {
 
@@ -23,6 +25,12 @@ public:
     /// What follows is the part of the job that ends at \a to percent; it begins where the stage
     /// before ended.
     void beginStage(int to);
+
+    /// Has \a gate asked at every poll of rows by watch() and watchRows(), before anybody else,
+    /// with the number of rows that are done when the row asked for is. It may take its time, and
+    /// answers true to go on; with false the operation ends, but the job is not cancelled. For
+    /// jobs of one picture.
+    void gateRows(std::function<bool(int rows)> gate) { m_gate = std::move(gate); }
 
     /// \a fraction of the stage is done, 0 to 1.
     /// \return false when the job is to stop
@@ -43,6 +51,8 @@ public:
 private:
     ProgressGuard::Report m_report;
     const std::atomic<bool> *m_cancel;
+    std::function<bool(int rows)> m_gate; // empty for none
+    int m_rows = 0; // that the gate let through
     Vellum m_caller; // 100 rows, so that its callback gets percentages
     int m_from = 0;
     int m_to = 0;

@@ -136,6 +136,15 @@ QByteArray fileProfile(const Vellum &image)
     return isSrgb(space) ? QByteArray() : space.iccProfile();
 }
 
+PixelColors claimColors(Vellum &image)
+{
+    const QByteArray profile = fileProfile(image);
+    if (profile.isEmpty() || image.isOrgFileCmyk())
+        return PixelColors::Srgb;
+    image.setIccProfile(profile);
+    return PixelColors::FileOwn;
+}
+
 ColorOutcome toSrgb(Vellum &image, const QByteArray &profile, JobProgress &progress)
 {
     const QImage::Format format = image.format();

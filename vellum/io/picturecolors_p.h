@@ -14,6 +14,10 @@ namespace vellum::io {
 /// when there is none, or when it says no more than sRGB.
 [[nodiscard]] QByteArray fileProfile(const Vellum &image);
 
+/// Puts the profile of a picture that has just been decoded on it, wherever it was found.
+/// \return FileOwn when the pixels are colours of it; those of CMYK files are sRGB
+[[nodiscard]] PixelColors claimColors(Vellum &image);
+
 /// What became of a change of colours.
 enum class ColorOutcome {
     Done,

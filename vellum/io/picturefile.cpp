@@ -1,11 +1,12 @@
 #include <vellum/convert/convert.h>
 #include <vellum/image/derived_p.h>
 #include <vellum/image/heldattachments_p.h>
-#include <vellum/io/decoder_p.h>
 #include <vellum/io/graypalette_p.h>
 #include <vellum/io/limitcheck_p.h>
+#include <vellum/io/pagerequest_p.h>
 #include <vellum/io/picturecolors_p.h>
 #include <vellum/io/picturefile.h>
+#include <vellum/io/picturefile_p.h>
 #include <vellum/io/readoptions.h>
 #include <vellum/io/upright_p.h>
 #include <vellum/scale/smoothscaled.h>
@@ -19,7 +20,6 @@ namespace {
 using image::HeldAttachments;
 using io::Decoder;
 using io::JobProgress;
-using Option = QImageIOHandler::ImageOption;
 
 /// Where the stages of the job end, in percent.
 constexpr int kDecoded = 60;
@@ -27,12 +27,6 @@ constexpr int kCut = 70;
 constexpr int kTurned = 80;
 constexpr int kColored = 90;
 constexpr int kFormatted = 100;
-
-PictureInfo uprightInfo(PictureInfo info)
-{
-    info.size = io::uprightSize(info.size, info.transformation);
-    return info;
-}
 
 /// The format that a decoded picture is to have, where that takes a conversion.
 QImage::Format openedFormat(QImage::Format format, OpenedFormat wanted)
@@ -55,14 +49,6 @@ QImage::Format openedFormat(QImage::Format format, OpenedFormat wanted)
     }
 }
 
-OpenResult noSuchPage(int page)
-{
-    OpenResult result;
-    result.status = FileStatus::NotFound;
-    result.message = QStringLiteral("it has no page %1").arg(page);
-    return result;
-}
-
 /// Opens one page. Every step returns false once it is clear that this fails, and why is then in
 /// the result.
 class Opening
@@ -71,7 +57,7 @@ class Opening
 
 public:
     Opening(Decoder &decoder, const OpenOptions &options, JobProgress &progress)
-        : m_decoder(decoder), m_options(options), m_progress(progress),
+        : m_decoder(decoder), m_options(options), m_progress(progress), m_request(decoder, options),
           m_limits(options.limits.value_or(defaultLimits()))
     {
     }
@@ -89,12 +75,12 @@ public:
         return m_result;
     }
 
-    const PictureInfo &info() const { return m_info; }
+    const PictureInfo &info() const { return m_request.info(); }
 
 private:
     bool run()
     {
-        return start() && findPage() && askForPart() && checkLimits(m_stored, m_info.format) &&
+        return start() && ask() && checkLimits(m_request.decodedSize(), info().format) &&
             makeRows() && decode() && place() && cut() && turn() && convertColors() &&
             convertFormat() && end();
     }
@@ -120,42 +106,10 @@ private:
         return m_progress.poll() || failStep();
     }
 
-    bool findPage()
+    bool ask()
     {
-        const bool found = m_options.page >= 0 && m_decoder.goTo(m_options.page);
-        m_info = m_decoder.info();
-        if (!found || (m_options.page > 0 && m_options.page >= m_info.pages)) {
-            const OpenResult missing = noSuchPage(m_options.page);
-            return fail(missing.status, missing.message);
-        }
-        m_stored = m_info.size;
-        return true;
-    }
-
-    /// Has the decoder read less, if it can.
-    bool askForPart()
-    {
-        if (!m_options.region.isNull()) {
-            const QRect all(QPoint(), io::uprightSize(m_info.size, m_info.transformation));
-            if (!m_info.size.isEmpty() && !all.contains(m_options.region))
-                return fail(FileStatus::NotFound, QStringLiteral("the region is not inside it"));
-            m_cuts = m_info.size.isEmpty() ||
-                !m_decoder.setOption(Option::ClipRect, storedRegion(m_info.size));
-            if (!m_cuts)
-                m_stored = storedRegion(m_info.size).size();
-        }
-        if (!m_options.size.isEmpty()) {
-            const QSize size = io::uprightSize(m_options.size, m_info.transformation);
-            m_scales = m_cuts || !m_decoder.setOption(Option::ScaledSize, size);
-            if (!m_scales)
-                m_stored = size;
-        }
-        return true;
-    }
-
-    QRect storedRegion(const QSize &size) const
-    {
-        return io::storedRegion(m_options.region, size, m_info.transformation);
+        m_result = m_request.make();
+        return bool(m_result);
     }
 
     bool checkLimits(const QSize &size, QImage::Format format)
@@ -173,15 +127,16 @@ private:
     /// Makes the image that the decoder fills, where it is known what that is.
     bool makeRows()
     {
-        if (m_stored.isEmpty() || m_info.format == QImage::Format_Invalid ||
-            !m_decoder.fillsImages())
+        const QSize size = m_request.decodedSize();
+        const QImage::Format format = info().format;
+        if (size.isEmpty() || format == QImage::Format_Invalid || !m_decoder.fillsImages())
             return true;
-        const int w = m_stored.width();
-        const int h = m_stored.height();
+        const int w = size.width();
+        const int h = size.height();
         const bool canBeBig = m_decoder.fillsBigImages() && m_options.storage != Storage::Plain;
-        bool made = !(canBeBig && wantsBig(m_stored, m_info.format)) &&
-            Vellum::create(m_picture, w, h, m_info.format);
-        made = made || (canBeBig && Vellum::createBig(m_picture, w, h, m_info.format));
+        bool made =
+            !(canBeBig && wantsBig(size, format)) && Vellum::create(m_picture, w, h, format);
+        made = made || (canBeBig && Vellum::createBig(m_picture, w, h, format));
         if (made && m_options.keepDamaged)
             m_picture.fill(0U);
         return made || failStep();
@@ -194,14 +149,10 @@ private:
         if (m_progress.isCancelled() || status == FileStatus::OutOfMemory)
             return failStep();
         if (status == FileStatus::Damaged) {
-            const QString fault = m_decoder.fault();
-            static_cast<void>(
-                fail(status, fault.isEmpty() ? QStringLiteral("the file is damaged") : fault));
+            static_cast<void>(fail(status, io::damage(m_decoder)));
             if (!m_options.keepDamaged || m_picture.isNull())
                 return false;
         }
-        if (!m_cuts)
-            m_stored = m_picture.size();
         return checkLimits(m_picture.size(), m_picture.format());
     }
 
@@ -226,18 +177,18 @@ private:
     bool cut()
     {
         m_progress.beginStage(kCut);
-        if (m_cuts) {
-            const QRect part = storedRegion(m_picture.size());
+        if (m_request.cuts()) {
+            const QRect part = m_request.storedRegion(m_picture.size());
             if (!m_picture.rect().contains(part))
                 return fail(FileStatus::NotFound, QStringLiteral("the region is not inside it"));
             m_picture = m_picture.copyEx(part);
         }
-        if (m_scales && !m_picture.isNull()) {
-            const QSize size = io::uprightSize(m_options.size, m_info.transformation);
+        if (m_request.scales() && !m_picture.isNull()) {
+            const QSize size = io::uprightSize(m_options.size, info().transformation);
             const ProgressGuard guard = m_progress.watch(m_picture);
             m_picture = smoothScaled(m_picture, size, {}, image::storageOf(m_picture));
         }
-        if (m_cuts || m_scales)
+        if (m_request.cuts() || m_request.scales())
             m_attachments->dropChannels();
         return !m_picture.isNull() || failStep();
     }
@@ -245,13 +196,13 @@ private:
     bool turn()
     {
         m_progress.beginStage(kTurned);
-        if (m_info.transformation == QImageIOHandler::TransformationNone)
+        if (info().transformation == QImageIOHandler::TransformationNone)
             return m_progress.poll() || failStep();
         const QSize stored = m_picture.size();
-        if (!io::turnUpright(m_picture, m_info.transformation, m_progress))
+        if (!io::turnUpright(m_picture, info().transformation, m_progress))
             return failStep();
         const auto origin = [&](QPoint p) {
-            return io::storedRegion(QRect(p, QSize(1, 1)), stored, m_info.transformation).topLeft();
+            return io::storedRegion(QRect(p, QSize(1, 1)), stored, info().transformation).topLeft();
         };
         return m_attachments->rearrangeChannels(stored, m_picture.size(), origin) || failStep();
     }
@@ -259,14 +210,13 @@ private:
     bool convertColors()
     {
         m_progress.beginStage(kColored);
-        const QByteArray profile = io::fileProfile(m_picture);
-        if (profile.isEmpty() || m_picture.isOrgFileCmyk())
+        m_result.colors = io::claimColors(m_picture);
+        if (m_result.colors == PixelColors::Srgb)
             return m_progress.poll() || failStep();
-        m_picture.setIccProfile(profile);
-        m_result.colors = PixelColors::FileOwn;
         if (m_options.colors == PixelColors::FileOwn)
             return true;
-        const io::ColorOutcome outcome = io::toSrgb(m_picture, profile, m_progress);
+        const io::ColorOutcome outcome =
+            io::toSrgb(m_picture, m_picture.getIccProfile(), m_progress);
         if (outcome == io::ColorOutcome::Done)
             m_result.colors = PixelColors::Srgb;
         return outcome != io::ColorOutcome::Failed || failStep();
@@ -292,11 +242,8 @@ private:
     Decoder &m_decoder;
     const OpenOptions &m_options;
     JobProgress &m_progress;
+    io::PageRequest m_request;
     const Limits m_limits;
-    PictureInfo m_info; // as it is stored
-    QSize m_stored; // of the picture that is decoded
-    bool m_cuts = false; // after decoding
-    bool m_scales = false; // after decoding
     Vellum m_picture;
     std::optional<HeldAttachments> m_attachments; // of the picture, from decoding on
     OpenResult m_result;
@@ -312,18 +259,11 @@ qint64 pixelBytes(const QSize &size, QImage::Format format)
     return (rowBits + 31) / 32 * 4 * size.height();
 }
 
-struct PictureFile::Private
-{
-    OpenResult result;
-    std::unique_ptr<Decoder> decoder; // null when the file is no picture
-    PictureInfo info;
-};
-
 PictureFile::PictureFile(const QString &file) : d(std::make_unique<Private>())
 {
     d->decoder = io::makeDecoder(file, d->result);
     if (d->decoder)
-        d->info = uprightInfo(d->decoder->info());
+        d->info = io::uprightInfo(d->decoder->info());
 }
 
 PictureFile::~PictureFile() = default;
@@ -339,8 +279,8 @@ OpenResult PictureFile::lookAt(int page)
     const bool found = page >= 0 && d->decoder->goTo(page);
     const PictureInfo info = d->decoder->info();
     if (!found || (page > 0 && page >= info.pages))
-        return noSuchPage(page);
-    d->info = uprightInfo(info);
+        return io::noSuchPage(page);
+    d->info = io::uprightInfo(info);
     return d->result;
 }
 
@@ -352,7 +292,7 @@ OpenResult PictureFile::read(Vellum &image, const OpenOptions &options)
     JobProgress progress(options.progress, options.cancel, image);
     Opening opening(*d->decoder, options, progress);
     OpenResult result = opening.into(image);
-    d->info = uprightInfo(opening.info());
+    d->info = io::uprightInfo(opening.info());
     return result;
 }
 

@@ -56,8 +56,9 @@ public:
     /// Reads one page as openImage() does. A page can be read once, and none before it afterwards.
     OpenResult read(Vellum &image, const OpenOptions &options = {});
 
+    struct Private; ///< For the library's own use.
+
 private:
-    struct Private;
     std::unique_ptr<Private> d;
 };
 

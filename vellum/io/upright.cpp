@@ -41,6 +41,12 @@ QSize uprightSize(const QSize &size, QImageIOHandler::Transformations steps)
     return steps & Step::TransformationRotate90 ? size.transposed() : size;
 }
 
+PictureInfo uprightInfo(PictureInfo info)
+{
+    info.size = uprightSize(info.size, info.transformation);
+    return info;
+}
+
 QRect storedRegion(const QRect &region, const QSize &size, QImageIOHandler::Transformations steps)
 {
     QRect stored = region;

@@ -3,6 +3,7 @@
 
 #include <vellum/image/vellum.h>
 #include <vellum/io/jobprogress_p.h>
+#include <vellum/io/picturefile.h>
 
 #include <QImageIOHandler>
 #include <QRect>
@@ -17,6 +18,9 @@ namespace vellum::io {
 
 /// The size of a picture of \a size once it is upright; as it goes both ways, also the reverse.
 [[nodiscard]] QSize uprightSize(const QSize &size, QImageIOHandler::Transformations steps);
+
+/// \a info of a picture as it is stored, with the size that it has once it is upright.
+[[nodiscard]] PictureInfo uprightInfo(PictureInfo info);
 
 /// Where the part \a region of the upright picture lies in the picture of \a size as it is stored.
 [[nodiscard]] QRect storedRegion(const QRect &region, const QSize &size,
