@@ -2,6 +2,7 @@
 #pragma once
 
 #include "shared/rowencoding.h"
+#include <vellum/io/handleroptions.h>
 
 #include <vector>
 
@@ -39,7 +40,7 @@ public:
 
     /// Rows that are fetched from the image, at most, before the first of them is given out. An
     /// image whose rows come and go keeps that many behind the last one fetched.
-    static constexpr int kMostRowsAhead = 64;
+    static constexpr int kMostRowsAhead = kRowsBehind;
 
     /// Row \a y in the encoding prepared, valid until the next call; null means stop. Polls every
     /// row, once and in order, but some rows ahead; call it for all rows in order.

@@ -122,6 +122,11 @@ void OutputFile::fail(const QString &reason, ExitCode code)
     throw Failure(code, m_fileName, reason);
 }
 
+void OutputFile::fail(const SaveResult &result)
+{
+    fail(result.message, result.status == FileStatus::OverLimit ? OverLimit : OutputError);
+}
+
 void OutputFile::commit()
 {
     if (!m_device->finish())

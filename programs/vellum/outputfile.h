@@ -2,6 +2,7 @@
 #pragma once
 
 #include "failure.h"
+#include <vellum/io/saveimage.h>
 
 #include <QFile>
 #include <QString>
@@ -41,6 +42,7 @@ public:
     /// Throws the Failure for a writer that did not finish: a cancel, or an error of the device,
     /// which tells more than \a reason, else \a reason.
     [[noreturn]] void fail(const QString &reason, ExitCode code = OutputError);
+    [[noreturn]] void fail(const SaveResult &result); ///< \overload
 
     /// Gives the file its name, and an existing target's permissions. Throws a Failure if anything
     /// could not be written.

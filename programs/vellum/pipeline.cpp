@@ -33,13 +33,44 @@ Vellum Pipeline::read(const ReadWishes &wishes)
 {
     m_progress.begin("read", 0, kReadEnd);
     m_percent = kReadEnd;
-    ReadWishes all = wishes;
-    all.storage = m_options.storage;
-    all.keepDamaged = m_options.keepGoing;
-    Vellum picture = m_reader.read(m_progress, all);
+    Vellum picture = m_reader.read(m_progress, completed(wishes));
     m_isWhole = m_reader.damage().isEmpty();
     tell(m_job.input, "read", picture);
     return picture;
+}
+
+ReadWishes Pipeline::completed(ReadWishes wishes) const
+{
+    wishes.storage = m_options.storage;
+    wishes.keepDamaged = m_options.keepGoing;
+    return wishes;
+}
+
+WriteWishes Pipeline::completed(WriteWishes wishes) const
+{
+    wishes.exif = m_reader.exif();
+    wishes.encoding = m_options.encoding;
+    return wishes;
+}
+
+bool Pipeline::stream(const ReadWishes &reading, const QSize &size, const WriteWishes &writing,
+                      const RowConversion &conversion)
+{
+    if (m_kind.isEmpty() || m_options.storage != Storage::Auto)
+        return false;
+    m_progress.begin("convert", 0, 100);
+    if (!m_reader.stream(completed(reading), size.height(), m_output,
+                         saveOptions(completed(writing), m_kind, m_progress), conversion))
+        return false;
+    m_isWhole = m_reader.damage().isEmpty();
+    m_output.commit();
+    printVerbose(QStringLiteral("%1: %2 x %3, written while it was read in %4 s")
+                     .arg(m_job.output)
+                     .arg(size.width())
+                     .arg(size.height())
+                     .arg(double(m_clock.elapsed()) / 1000, 0, 'f', 3));
+    tellDamage();
+    return true;
 }
 
 Progress &Pipeline::begin(const char *name)
@@ -83,10 +114,7 @@ void Pipeline::write(Vellum &picture, const WriteWishes &wishes, const char *pre
     tell(m_job.output, "converted", picture);
 
     m_progress.begin("write", kPreparedEnd, 100);
-    WriteWishes all = wishes;
-    all.exif = m_reader.exif();
-    all.encoding = m_options.encoding;
-    writePicture(picture, all, m_kind, m_progress, m_output);
+    writePicture(picture, completed(wishes), m_kind, m_progress, m_output);
     m_output.commit();
     tell(m_job.output, "written", picture);
     tellDamage();

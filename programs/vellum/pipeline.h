@@ -40,6 +40,12 @@ public:
     /// The picture as the decoder gives it, in the first half of the progress.
     Vellum read(const ReadWishes &wishes = {});
 
+    /// Takes the picture, which has \a size when it is read as \a reading says, to the output
+    /// without holding it, through \a conversion if there is one, and gives the output its name.
+    /// \return false if that is not possible, with nothing done; then read() and write() are
+    bool stream(const ReadWishes &reading, const QSize &size, const WriteWishes &writing,
+                const RowConversion &conversion);
+
     /// Begins the next stage, called \a name.
     Progress &begin(const char *name);
 
@@ -61,6 +67,8 @@ public:
     bool isWhole() const { return m_isWhole; }
 
 private:
+    ReadWishes completed(ReadWishes wishes) const;
+    WriteWishes completed(WriteWishes wishes) const;
     void tell(const QString &file, const char *done, const Vellum &picture);
     void tellDamage();
 

@@ -2,6 +2,7 @@
 
 #include "cancel.h"
 #include "messages.h"
+#include "outputfile.h"
 #include "progress.h"
 
 namespace vellum::tool {
@@ -22,6 +23,24 @@ QString incompleteness(const QStringList &warnings)
 PictureHeader headerOf(const PictureInfo &info)
 {
     return {QString::fromLatin1(info.kind), info.size, info.format};
+}
+
+/// What never changes from picture to picture, and \a wishes.
+OpenOptions openOptions(const ReadWishes &wishes)
+{
+    OpenOptions options;
+    options.format = OpenedFormat::AsDecoded;
+    options.colors = PixelColors::FileOwn;
+    if (wishes.storage != Storage::Auto) {
+        const bool big = wishes.storage == Storage::Big;
+        options.storage = big ? vellum::Storage::Big : vellum::Storage::Plain;
+    }
+    options.bigFrom = kBigFrom;
+    options.region = wishes.region;
+    options.size = wishes.size;
+    options.keepDamaged = wishes.keepDamaged;
+    options.cancel = &cancelFlag();
+    return options;
 }
 
 } // namespace
@@ -67,20 +86,9 @@ PictureHeader PictureReader::lookAt(int page)
 void PictureReader::readPage(int page, Vellum &picture, Progress &progress,
                              const ReadWishes &wishes, const Limits &limits)
 {
-    OpenOptions options;
+    OpenOptions options = openOptions(wishes);
     options.page = page;
     options.limits = limits;
-    options.format = OpenedFormat::AsDecoded;
-    options.colors = PixelColors::FileOwn;
-    if (wishes.storage != Storage::Auto) {
-        const bool big = wishes.storage == Storage::Big;
-        options.storage = big ? vellum::Storage::Big : vellum::Storage::Plain;
-    }
-    options.bigFrom = kBigFrom;
-    options.region = wishes.region;
-    options.size = wishes.size;
-    options.keepDamaged = wishes.keepDamaged;
-    options.cancel = &cancelFlag();
     options.progress = [&progress](int percent) {
         progress.reportPart(percent, 100);
         return true;
@@ -94,10 +102,34 @@ void PictureReader::readPage(int page, Vellum &picture, Progress &progress,
         fail(FileStatus::Damaged, m_damage);
     if (!result && result.status != FileStatus::Damaged)
         fail(result.status, result.message);
-    if (!m_damage.isEmpty() && result.rowsRead >= 0) {
-        m_damage +=
-            QStringLiteral("; %1 of %2 rows were read").arg(result.rowsRead).arg(picture.height());
+    tellRows(result.rowsRead, picture.height());
+}
+
+bool PictureReader::stream(const ReadWishes &wishes, int height, OutputFile &output,
+                           const SaveOptions &saving, const RowConversion &conversion)
+{
+    const WarningLog log;
+    const StreamResult result =
+        streamPicture(*m_file, openOptions(wishes), *output.device(), saving, conversion);
+    if (result.outcome == StreamResult::NotPossible) {
+        printVerbose(m_fileName + QLatin1String(": held whole: ") + result.obstacle);
+        return false;
     }
+    if (result.outcome == StreamResult::ReadingFailed)
+        fail(result.opened.status, result.opened.message);
+    if (result.outcome == StreamResult::WritingFailed)
+        output.fail(result.saved);
+    if (result.opened.status == FileStatus::Damaged) {
+        m_damage = result.opened.message;
+        tellRows(result.opened.rowsRead, height);
+    }
+    return true;
+}
+
+void PictureReader::tellRows(int rowsRead, int height)
+{
+    if (!m_damage.isEmpty() && rowsRead >= 0)
+        m_damage += QStringLiteral("; %1 of %2 rows were read").arg(rowsRead).arg(height);
 }
 
 ReleasedAttachments::~ReleasedAttachments()

@@ -14,6 +14,7 @@
 
 namespace vellum::tool {
 
+class OutputFile;
 class Progress;
 
 /// What is known of a picture before its pixels are read.
@@ -61,6 +62,13 @@ public:
     /// It has no attachments, which none of the steps that follow would carry on.
     Vellum read(Progress &progress, const ReadWishes &wishes = {});
 
+    /// Takes the picture to \a output while it is read, through \a conversion if there is one, and
+    /// never holds more than some of its \a height rows.
+    /// \return false if that is not possible, with nothing read; throws a Failure if reading or
+    ///         writing fails or the user cancels
+    bool stream(const ReadWishes &wishes, int height, OutputFile &output, const SaveOptions &saving,
+                const RowConversion &conversion);
+
     /// What is wrong with the picture that was read, if it was not read whole; else empty.
     const QString &damage() const { return m_damage; }
 
@@ -79,6 +87,7 @@ public:
     const QByteArray &exif() const { return m_exif; }
 
 private:
+    void tellRows(int rowsRead, int height);
     [[noreturn]] void fail(FileStatus status, const QString &reason) const;
 
     QString m_fileName;

@@ -35,8 +35,16 @@ public:
     void run()
     {
         checkKnownSize();
+        const ReadWishes reading = readWishes();
+        WriteWishes wishes;
+        if (m_colors.cmyk) {
+            wishes.press = m_colors.profile;
+            wishes.conversion = m_recipe.colors.conversion;
+        }
+        if (isStreamed() && m_pipeline.stream(reading, m_readSize, wishes, rowConversion()))
+            return;
         m_pipeline.expectStages(stageCount());
-        m_picture = m_pipeline.read(readWishes());
+        m_picture = m_pipeline.read(reading);
         checkReadSize();
         cutOut();
         mirror();
@@ -46,11 +54,6 @@ public:
         proof();
         convertColors();
         convertPixels();
-        WriteWishes wishes;
-        if (m_colors.cmyk) {
-            wishes.press = m_colors.profile;
-            wishes.conversion = m_recipe.colors.conversion;
-        }
         m_pipeline.write(m_picture, wishes, m_recipe.scaling.isWanted() ? "write" : "convert");
         printInks();
     }
@@ -102,6 +105,7 @@ private:
     {
         ReadWishes wishes;
         QSize known = m_pipeline.header().size;
+        m_readSize = known;
         if (known.isEmpty())
             return wishes;
         m_cutsOnReading =
@@ -109,11 +113,52 @@ private:
         if (m_cutsOnReading) {
             wishes.region = m_recipe.area;
             known = m_recipe.area.size();
+            m_readSize = known;
         }
         m_scalesOnReading = isReducedOnReading(known);
         if (m_scalesOnReading)
-            wishes.size = targetFor(m_recipe.scaling, known, m_pipeline.inputName()).size;
+            m_readSize = targetFor(m_recipe.scaling, known, m_pipeline.inputName()).size;
+        if (m_scalesOnReading)
+            wishes.size = m_readSize;
         return wishes;
+    }
+
+    /// Whether the rows of a large picture may go from file to file one by one.
+    bool isStreamed() const
+    {
+        const bool isLarge =
+            pixelBytes(m_pipeline.header().size, m_pipeline.header().format) >= kLargeBytes;
+        const bool areaIsReady = m_recipe.area.isNull() || m_cutsOnReading;
+        const bool sizeIsReady = !m_recipe.scaling.isWanted() || m_scalesOnReading;
+        return isLarge && areaIsReady && sizeIsReady && !mirrors() && !m_recipe.angle &&
+            m_colors.proof.isEmpty() && m_colors.measured.isEmpty() && !isDithered();
+    }
+
+    /// Whether the rows of the result depend on each other, or on all colours of the picture.
+    bool isDithered() const
+    {
+        const QImage::Format format = m_recipe.pixels.format;
+        return m_recipe.pixels.preferDither || format == QImage::Format_Mono ||
+            format == QImage::Format_MonoLSB || format == QImage::Format_Indexed8;
+    }
+
+    /// What convertColors() and convertPixels() do, for some rows.
+    RowConversion rowConversion() const
+    {
+        const FormatOptions &wanted = m_recipe.pixels;
+        if (!convertsHere() && wanted.format == QImage::Format_Invalid)
+            return {};
+        return [this, &wanted](const Vellum &strip) {
+            Vellum result = strip;
+            if (convertsHere()) {
+                Progress silent(Progress::Mode::None, m_pipeline.inputName());
+                result = toProfile(strip, m_pipeline.inputName(), m_colors.profile,
+                                   m_recipe.colors.conversion, silent);
+            }
+            if (wanted.format != QImage::Format_Invalid)
+                result = converted(result, wanted.format, wanted.flags());
+            return result;
+        };
     }
 
     bool isReducedOnReading(const QSize &known) const
@@ -289,6 +334,7 @@ private:
     Pipeline &m_pipeline;
     Vellum m_picture;
     std::optional<InkReport> m_inkReport;
+    QSize m_readSize; // of what is read; empty if unknown
     bool m_cutsOnReading = false;
     bool m_scalesOnReading = false;
 };

@@ -69,8 +69,7 @@ Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, 
     return result;
 }
 
-void writePicture(Vellum &picture, const WriteWishes &wishes, const QByteArray &kind,
-                  Progress &progress, OutputFile &output)
+SaveOptions saveOptions(const WriteWishes &wishes, const QByteArray &kind, Progress &progress)
 {
     SaveOptions options;
     options.format = kind.isEmpty() ? QByteArrayLiteral("hrle") : kind;
@@ -87,6 +86,12 @@ void writePicture(Vellum &picture, const WriteWishes &wishes, const QByteArray &
         progress.reportPart(percent, 100);
         return true;
     };
+    return options;
+}
+
+void writePicture(Vellum &picture, const WriteWishes &wishes, const QByteArray &kind,
+                  Progress &progress, OutputFile &output)
+{
     const WarningLog log;
     const auto exifBytes = size_t(wishes.exif.size());
     if (exifBytes > 0) {
@@ -95,11 +100,11 @@ void writePicture(Vellum &picture, const WriteWishes &wishes, const QByteArray &
             picture.setExifData(static_cast<char *>(copy), wishes.exif.size());
         }
     }
-    const SaveResult result = saveImage(picture, *output.device(), options);
+    const SaveResult result =
+        saveImage(picture, *output.device(), saveOptions(wishes, kind, progress));
     takeExif(picture);
     if (!result)
-        output.fail(result.message,
-                    result.status == FileStatus::OverLimit ? OverLimit : OutputError);
+        output.fail(result);
 }
 
 QString described(const Vellum &picture)

@@ -34,6 +34,9 @@ struct WriteWishes
     EncodingOptions encoding;
 };
 
+/// What the library is told of it. \a progress must outlive the result.
+SaveOptions saveOptions(const WriteWishes &wishes, const QByteArray &kind, Progress &progress);
+
 /// Writes what prepared() returned. Throws a Failure if that is not possible or the user cancels.
 void writePicture(Vellum &picture, const WriteWishes &wishes, const QByteArray &kind,
                   Progress &progress, OutputFile &output);
