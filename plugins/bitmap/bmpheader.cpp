@@ -1,5 +1,7 @@
 #include "bitmap/bmpheader.h"
 
+#include "shared/device.h"
+
 #include <QtEndian>
 
 #include <limits>
@@ -134,10 +136,11 @@ bool readColors(ByteReader &bytes, const Fields &fields, qint64 room, BmpHeader 
 
 bool isBmp(QIODevice &device)
 {
-    const QByteArray head = device.peek(kFileHeaderBytes + 4);
-    return head.startsWith("BM") &&
-        (head.size() < kFileHeaderBytes + 4 ||
-         isHeaderSize(qFromLittleEndian<quint32>(head.constData() + kFileHeaderBytes)));
+    if (!startsWith(device, "BM"))
+        return false;
+    const QByteArray head = peekAll(device, kFileHeaderBytes + 4);
+    return head.size() < kFileHeaderBytes + 4 ||
+        isHeaderSize(qFromLittleEndian<quint32>(head.constData() + kFileHeaderBytes));
 }
 
 const char *readBmpHeader(ByteReader &bytes, BmpHeader &header)

@@ -1,5 +1,7 @@
 #include "bitmap/pnmdecoder.h"
 
+#include "shared/device.h"
+
 #include <QRgba64>
 #include <QtEndian>
 
@@ -26,9 +28,10 @@ void store(uchar *row, int x, Pixel pixel)
 
 std::optional<PnmKind> pnmKind(QIODevice &device)
 {
-    const QByteArray head = device.peek(3);
-    if (head.size() < 3 || head[0] != 'P' || head[1] < '1' || head[1] > '6' ||
-        !(isSpace(head[2]) || head[2] == '#'))
+    if (!startsWith(device, "P"))
+        return {};
+    const QByteArray head = peekAll(device, 3);
+    if (head.size() < 3 || head[1] < '1' || head[1] > '6' || !(isSpace(head[2]) || head[2] == '#'))
         return {};
     return PnmKind((head[1] - '1') % 3);
 }

@@ -1,6 +1,7 @@
 #include "bitmap/xpmdecoder.h"
 
 #include "bitmap/xpmcolors.h"
+#include "shared/device.h"
 
 #include <QVector>
 
@@ -24,7 +25,7 @@ quint64 keyOf(const std::string &line, int bytes)
 
 } // namespace
 
-bool isXpm(QIODevice &device) { return device.peek(6) == "/* XPM"; }
+bool isXpm(QIODevice &device) { return startsWith(device, "/* XPM"); }
 
 XpmDecoder::XpmDecoder(QIODevice &device, const QLoggingCategory &category)
     : m_category(category), m_bytes(device)

@@ -14,7 +14,14 @@ namespace vellum::plugin {
 [[nodiscard]] bool writeExactly(QIODevice &device, const void *data, qint64 bytes);
 
 /// Whether the device goes on with \a magic. Its position does not change.
+///
+/// A sequential device, such as a pipe, is waited for while what it shows may become \a magic, for
+/// five seconds at most; once that was in vain, not again before it shows more.
 bool startsWith(QIODevice &device, const QByteArray &magic);
+
+/// The next \a bytes bytes, fewer at the end of the device. Waits as startsWith() does, whatever
+/// they are.
+QByteArray peekAll(QIODevice &device, int bytes);
 
 /// Bytes from the position of \a device to its end; -1 when only reading would tell.
 qint64 bytesLeft(const QIODevice &device);

@@ -21,9 +21,8 @@ struct TiffHandler::Input
 
 bool isTiff(QIODevice &device)
 {
-    const QByteArray magic = device.peek(4);
-    return magic == QByteArray("II*\0", 4) || magic == QByteArray("MM\0*", 4) ||
-        magic == QByteArray("II+\0", 4) || magic == QByteArray("MM\0+", 4);
+    const auto goesOnWith = [&](const char *magic) { return startsWith(device, {magic, 4}); };
+    return goesOnWith("II*\0") || goesOnWith("MM\0*") || goesOnWith("II+\0") || goesOnWith("MM\0+");
 }
 
 TiffHandler::TiffHandler() : ImageHandler(lcTiff(), {CompressionRatio, Description, SubType}) { }
