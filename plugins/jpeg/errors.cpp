@@ -19,7 +19,7 @@ void logMessage(j_common_ptr codec) { qCWarning(jpegLog, "%s", messageOf(codec).
 [[noreturn]] void onError(j_common_ptr codec)
 {
     logMessage(codec); // of a function of its own, which has cleaned up before the jump
-    std::longjmp(static_cast<JpegErrors *>(codec->err)->escape, 1);
+    static_cast<JpegErrors *>(codec->err)->leave();
 }
 
 void onMessage(j_common_ptr codec, int level)
@@ -44,5 +44,7 @@ JpegErrors::JpegErrors() : jpeg_error_mgr(), escape()
     emit_message = onMessage;
     output_message = logMessage;
 }
+
+void JpegErrors::leave() { std::longjmp(escape, 1); }
 
 } // namespace vellum::plugin

@@ -25,6 +25,9 @@ struct JpegErrors : jpeg_error_mgr
     /// Called for every warning, with its number in jerror.h. Must return.
     void (*warned)(j_common_ptr codec, int code) = nullptr;
 
+    /// Ends the present call of libjpeg as an error does, without a message.
+    [[noreturn]] void leave();
+
     std::jmp_buf escape;
 };
 

@@ -64,6 +64,8 @@ void JpegDecoder::onProgress(j_common_ptr codec)
     self->m_intact.noteScan(self->m_codec);
     if (self->m_codec.input_scan_number > kMostScans)
         ERREXIT(codec, JERR_BAD_PROGRESSION);
+    if (!self->mayGoOn()) // several scans are all read before the first row
+        self->m_errors.leave();
 }
 
 bool JpegDecoder::readHeader(Picture &picture)

@@ -5,6 +5,9 @@
 
 #include <QRect>
 
+#include <functional>
+#include <utility>
+
 namespace vellum::plugin {
 
 /// Every \c stepX th pixel from \c x on, of every \c stepY th row from \c y on.
@@ -49,6 +52,10 @@ public:
     /// \return false when that cannot be known yet
     [[nodiscard]] virtual bool foresee(int lastRow, Picture &picture);
 
+    /// What start() asks now and then where it has much to read before the first row; false tells
+    /// it to fail at once. Empty for nobody to ask.
+    void setPoll(std::function<bool()> poll);
+
     /// What will be delivered when \a wanted (in pixels of the size that reduce() answered) is
     /// asked for: a rectangle that holds it. Rows above it never come, rows below \a wanted are
     /// not asked for. With picture.bottomUp, y counts rows from the bottom.
@@ -74,11 +81,18 @@ public:
     /// Called when all rows have come, to read what follows them. Adds to \a picture; whoever
     /// does overrides foresee() too.
     virtual void readEnd(Picture &picture);
+
+protected:
+    bool mayGoOn() const { return !m_poll || m_poll(); }
+
+private:
+    std::function<bool()> m_poll;
 };
 
 inline void Decoder::obey(unsigned int, Picture &) { }
 inline QSize Decoder::reduce(const QSize &) { return {}; }
 inline bool Decoder::foresee(int, Picture &) { return true; }
+inline void Decoder::setPoll(std::function<bool()> poll) { m_poll = std::move(poll); }
 inline QVector<Lattice> Decoder::lattices() const { return {}; }
 inline bool Decoder::isDamaged() const { return false; }
 inline void Decoder::readEnd(Picture &) { }

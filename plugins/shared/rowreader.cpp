@@ -89,7 +89,15 @@ ReadResult RowReader::readInto(ReadTarget &target)
     RowOutput output(target, m_plan.outputSize(), m_picture.bottomUp, channels, stride);
 
     m_wanted = m_plan.region();
+    bool isStopped = false;
+    m_decoder.setPoll([&] {
+        isStopped = isStopped || !output.poll(0, 1);
+        return !isStopped;
+    });
     m_delivered = m_decoder.start(m_wanted);
+    m_decoder.setPoll({}); // rows poll for themselves
+    if (isStopped)
+        return ReadResult::Stopped;
     if (!m_delivered.contains(m_wanted))
         return refuse("the pixels cannot be decoded");
     m_decoded.resize(roomForRow(bits));
