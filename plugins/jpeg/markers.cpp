@@ -1,7 +1,9 @@
 #include "jpeg/markers.h"
 
 #include "jpeg/errors.h"
+#include "jpeg/xmpmarkers.h"
 #include "shared/exif.h"
+#include "shared/xmp.h"
 
 #include <cmath>
 
@@ -22,13 +24,6 @@ const QByteArray &exifPrefix()
     return prefix;
 }
 
-const QByteArray &xmpPrefix()
-{
-    static const QByteArray prefix("http://ns.adobe.com/xap/1.0/\0", 29);
-    return prefix;
-}
-
-const QString kXmpKey = QStringLiteral("XML:com.adobe.xmp");
 const QString kDescription = QStringLiteral("Description");
 const QString kSeparator = QStringLiteral(": ");
 
@@ -91,16 +86,18 @@ void keepMarkers(jpeg_decompress_struct &codec)
 
 void readMarkers(const jpeg_decompress_struct &codec, Picture &picture)
 {
+    XmpMarkers xmp;
     for (auto *marker = codec.marker_list; marker; marker = marker->next) {
         const QByteArray bytes(reinterpret_cast<const char *>(marker->data),
                                int(marker->data_length));
         if (marker->marker == JPEG_COM)
             addComment(picture.texts, bytes);
-        else if (marker->marker == kExifMarker && bytes.startsWith(xmpPrefix()))
-            addText(picture.texts, kXmpKey, decoded(bytes.mid(xmpPrefix().size())));
-        else if (marker->marker == kExifMarker && picture.exif.isEmpty())
+        else if (marker->marker == kExifMarker && !xmp.take(bytes) && picture.exif.isEmpty())
             picture.exif = exifBlock(bytes);
     }
+    const QString packet = xmp.text();
+    if (!packet.isEmpty())
+        addText(picture.texts, QLatin1String(kXmpKey), packet);
     picture.transformation = exifTransformation(picture.exif);
 
     if (codec.saw_JFIF_marker && codec.density_unit != kNoUnit) {
@@ -125,10 +122,12 @@ std::vector<Marker> markersOf(const Picture &picture)
     if (!picture.exif.isEmpty())
         add(kExifMarker, exifPrefix() + picture.exif, QStringLiteral("EXIF"));
     for (const Text &text : picture.texts) {
-        if (text.key == kXmpKey)
-            add(kExifMarker, xmpPrefix() + text.value.toUtf8(), QStringLiteral("XMP"));
-        else
+        if (text.key != QLatin1String(kXmpKey)) {
             add(JPEG_COM, commentOf(text), text.key);
+            continue;
+        }
+        for (const QByteArray &content : xmpMarkersOf(text.value))
+            add(kExifMarker, content, QStringLiteral("XMP"));
     }
     return markers;
 }

@@ -1,6 +1,7 @@
 #include "png/pngencoder.h"
 
 #include "shared/device.h"
+#include "shared/xmp.h"
 
 #include <array>
 #include <vector>
@@ -161,7 +162,7 @@ void PngEncoder::setTexts(const QVector<Text> &texts)
     constexpr int kLongestKey = 79;
     constexpr int kWorthCompressing = 1024; // bytes
     // What other programs look for uncompressed.
-    const QByteArray xmp = QByteArrayLiteral("XML:com.adobe.xmp");
+    const QByteArray xmp = kXmpKey;
     struct Entry
     {
         QByteArray key;

@@ -1,6 +1,7 @@
 #include "tiff/tags.h"
 
 #include "shared/exif.h"
+#include "shared/xmp.h"
 #include "tiff/channelnames.h"
 #include "tiff/exifblock.h"
 
@@ -163,6 +164,9 @@ void readTags(TIFF *tiff, const Layout &layout, Picture &picture)
         if (TIFFGetField(tiff, tag.tag, &text) && text && *text)
             picture.texts.append({QLatin1String(tag.key), decoded(text)});
     }
+    const QString xmp = xmpText(blob(tiff, TIFFTAG_XMLPACKET));
+    if (!xmp.isEmpty())
+        picture.texts.append({QLatin1String(kXmpKey), xmp});
     picture.extraNames = extraNames(tiff, layout);
 }
 
@@ -177,6 +181,14 @@ void writeTags(TIFF *tiff, const Picture &picture, bool hasAlpha)
         for (const TextTag &tag : kTextTags) {
             if (text.key == QLatin1String(tag.key))
                 TIFFSetField(tiff, tag.tag, text.value.toUtf8().constData());
+        }
+        if (text.key == QLatin1String(kXmpKey)) {
+            const QByteArray packet = xmpPacket(text.value);
+            if (packet.isEmpty())
+                qCWarning(lcTiff) << "XMP is left out: it has more than" << kMostXmpBytes
+                                  << "bytes";
+            else
+                TIFFSetField(tiff, TIFFTAG_XMLPACKET, quint32(packet.size()), packet.constData());
         }
     }
     if (!picture.extraNames.isEmpty()) {

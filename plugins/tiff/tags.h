@@ -7,7 +7,8 @@
 
 namespace vellum::plugin::tiff {
 
-/// Profile, resolution, offset, orientation, texts and the names of extra channels.
+/// Profile, resolution, offset, orientation, texts, the XMP packet among them, and the names of
+/// extra channels.
 void readTags(TIFF *tiff, const Layout &layout, Picture &picture);
 
 /// The same for writing; \a picture.exif aside.
