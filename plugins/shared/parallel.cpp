@@ -19,8 +19,8 @@ struct Work
     int workers;
     std::atomic<int> next {0};
     // Not QSemaphore, whose waiting a ThreadSanitizer cannot see.
-    std::mutex mutex;
-    std::condition_variable finished;
+    std::mutex mutex {};
+    std::condition_variable finished {};
     int helpers = 0; // at work; guarded by mutex once they have started
 
     void runAll(int worker)

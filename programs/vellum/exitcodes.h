@@ -19,7 +19,7 @@ constexpr ExitMeaning kExitMeanings[] = {
      "An input does not exist, is no picture or is damaged."},
     {OutputError, "the output cannot be written",
      "The output cannot be written; an existing file is as it was."},
-    {OverLimit, "over the memory limit",
+    {OverLimit, "over the limit",
      "The pixels of a picture would take more memory than the limit."},
     {Partial, "done in part",
      "Some of several inputs could not be worked on, or only part of one."},

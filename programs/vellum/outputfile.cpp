@@ -130,14 +130,14 @@ void OutputFile::fail(const SaveResult &result)
 void OutputFile::commit()
 {
     if (!m_device->finish())
-        fail({});
+        fail(QString());
     if (!m_device->setPermissions(m_permissions))
         fail(m_device->errorString());
     platform::syncToDisk(*m_device);
 
     NoForcedEnd guard;
     if (cancelFlag())
-        fail({});
+        fail(QString());
     const auto place =
         m_existing == Existing::Keep ? platform::placeNewFile : platform::replaceFile;
     const QString error = place(m_device->fileName(), m_target);

@@ -19,10 +19,6 @@ namespace vellum::tool {
 
 namespace {
 
-/// Pictures of more bytes are reduced while they are read, and never held whole. The decoders'
-/// averages differ from those of smoothScaled() in the last bit.
-constexpr qint64 kLargeBytes = qint64(256) << 20;
-
 /// One picture on its way through a recipe.
 class RecipeRun
 {
@@ -127,7 +123,7 @@ private:
     bool isStreamed() const
     {
         const bool isLarge =
-            pixelBytes(m_pipeline.header().size, m_pipeline.header().format) >= kLargeBytes;
+            pixelBytes(m_pipeline.header().size, m_pipeline.header().format) >= kStreamedFrom;
         const bool areaIsReady = m_recipe.area.isNull() || m_cutsOnReading;
         const bool sizeIsReady = !m_recipe.scaling.isWanted() || m_scalesOnReading;
         return isLarge && areaIsReady && sizeIsReady && !mirrors() && !m_recipe.angle &&
@@ -168,7 +164,7 @@ private:
             (m_recipe.area.isNull() || m_cutsOnReading) && !mirrors() && !m_recipe.angle;
         if (!scaling.isWanted() || scaling.fast || !comesFirst)
             return false;
-        if (pixelBytes(known, m_pipeline.header().format) < kLargeBytes)
+        if (pixelBytes(known, m_pipeline.header().format) < kStreamedFrom)
             return false;
         const Target target = targetFor(scaling, known, m_pipeline.inputName());
         return target.part.size() == target.size && target.size.width() < known.width() &&

@@ -14,6 +14,11 @@ enum class Storage {
 
 constexpr qint64 kBigFrom = qint64(1) << 30;
 
+/// Pictures of that many bytes are cut and reduced while they are read, and go from file to file
+/// row by row where every step allows it. Decoders average otherwise than smoothScaled(), by some
+/// levels.
+constexpr qint64 kStreamedFrom = qint64(256) << 20;
+
 /// Plain or Big: \a wanted, or what Auto means for a picture of \a bytes bytes of pixels.
 Storage chooseStorage(Storage wanted, qint64 bytes);
 

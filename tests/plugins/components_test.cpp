@@ -45,8 +45,9 @@ TEST(VectorInstructions, AreThoseThatQtIsNotToldToLeave)
 {
     EXPECT_EQ(vellum::vectorInstructions().contains("SSE4.1"),
               !qgetenv("QT_NO_CPU_FEATURE").contains("sse4.1"));
-    if (qgetenv("QT_NO_CPU_FEATURE").contains("avx2"))
+    if (qgetenv("QT_NO_CPU_FEATURE").contains("avx2")) {
         EXPECT_FALSE(vellum::vectorInstructions().contains("AVX2"));
+    }
 }
 
 TEST(VectorInstructions, OfAvx2ComeWithThoseOfSse41)

@@ -132,7 +132,7 @@ class RowScaling : public testing::TestWithParam<SampleLayout>
 };
 
 INSTANTIATE_TEST_SUITE_P(Layouts, RowScaling, testing::ValuesIn(kLayouts),
-                         [](const auto &info) { return "Layout" + std::to_string(info.index); });
+                         [](const auto &layout) { return "Layout" + std::to_string(layout.index); });
 
 } // namespace
 

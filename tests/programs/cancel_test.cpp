@@ -68,6 +68,12 @@ TEST_P(Cancel, WhileMovingTheRows)
     cancelIn(folder.writeGreymap("in.pgm", 16000, 16000), "convert");
 }
 
+// Too large to be held: rows go from file to file.
+TEST_P(Cancel, WhileStreaming)
+{
+    cancelIn(folder.writeGreymap("in.pgm", 20000, 18000), "convert");
+}
+
 TEST_P(Cancel, WhileWriting) { cancelIn(folder.writeGreymap("in.pgm", 16000, 16000), "write"); }
 
 TEST_P(Cancel, WhileRotating)

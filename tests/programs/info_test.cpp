@@ -44,11 +44,19 @@ TEST(Info, JsonHasTheFactsOfAPicture)
     const QJsonArray infos = infoOf({file});
 
     ASSERT_EQ(infos.size(), 1);
-    const QJsonObject expected {
-        {"file", file},         {"kind", "png"},          {"width", 67},
-        {"height", 41},         {"format", "ARGB32"},     {"depth", 32},
-        {"storage", "plain"},   {"dotsPerMeterX", 5000},  {"dotsPerMeterY", 6000},
-        {"memoryBytes", 10988}, {"fileBytes", png.size()}};
+    const QJsonObject expected {{"file", file},
+                                {"kind", "png"},
+                                {"width", 67},
+                                {"height", 41},
+                                {"format", "ARGB32"},
+                                {"depth", 32},
+                                {"storage", "plain"},
+                                {"dotsPerMeterX", 5000},
+                                {"dotsPerMeterY", 6000},
+                                {"memoryBytes", 10988},
+                                {"fileBytes", png.size()},
+                                {"bytesToConvert", (64 << 20) + 2 * 10988},
+                                {"bytesToRotate", (64 << 20) + 2 * 10988}};
     EXPECT_EQ(infos.at(0).toObject(), expected);
 }
 

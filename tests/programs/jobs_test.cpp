@@ -344,3 +344,50 @@ TEST_F(Jobs, OnePictureMayBePastedOntoMany)
     ASSERT_EQ(runTool({"paste", "--in-place", a, mark, "3", "2"}).exitCode, 0);
     EXPECT_EQ(folder.read("a.png"), folder.read("one.png"));
 }
+
+TEST_F(Jobs, LargePicturesStreamAndGiveTheSameFile)
+{
+    const QString large = folder.writeGreymap("a.pgm", 18000, 16000);
+    for (const QStringList &how :
+         {QStringList {}, QStringList {"--region", "3000,2000,900,700"},
+          QStringList {"--format", "rgb888", "--region", "3000,2000,900,700"},
+          QStringList {"--to-profile", "srgb", "--region", "1,2,500,400"}}) {
+        SCOPED_TRACE(how.join(' ').toStdString());
+        const auto convert = [&](const QStringList &storage, const QString &name) {
+            return runTool(QStringList {"convert", "-v"} + how + storage +
+                           QStringList {large, folder.path(name)});
+        };
+        const ToolResult streamed = convert({}, "streamed.png");
+        ASSERT_EQ(streamed.exitCode, 0) << streamed.err.constData();
+        EXPECT_TRUE(streamed.err.contains("written while it was read")) << streamed.err.constData();
+        const ToolResult held = convert({"--storage", "big"}, "held.png");
+        ASSERT_EQ(held.exitCode, 0) << held.err.constData();
+        EXPECT_FALSE(held.err.contains("written while it was read"));
+        EXPECT_TRUE(folder.read("streamed.png") == folder.read("held.png"));
+    }
+}
+
+TEST_F(Jobs, StreamedPicturesNeedNoMemoryForTheirPixels)
+{
+    const QString large = folder.writeGreymap("a.pgm", 18000, 16000);
+    const ToolResult result =
+        runTool({"--memory-limit", "64M", "convert", large, folder.path("a.png")});
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    const ToolResult turned =
+        runTool({"--memory-limit", "64M", "rotate", "--angle", "90", large, folder.path("b.png")});
+    EXPECT_EQ(turned.exitCode, 4);
+}
+
+TEST_F(Jobs, DamagedLargePicturesAreWrittenOnRequestOnly)
+{
+    const QString large = folder.writeGreymap("a.pgm", 18000, 16000);
+    ASSERT_TRUE(QFile::resize(large, 18000 * 15000));
+    const ToolResult refused = runTool({"convert", large, folder.path("a.png")});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_TRUE(isOneErrorLine(refused.err)) << refused.err.constData();
+    EXPECT_EQ(folder.names(), QStringList("a.pgm"));
+    const ToolResult kept = runTool({"convert", "--keep-going", large, folder.path("a.png")});
+    EXPECT_EQ(kept.exitCode, 5);
+    EXPECT_TRUE(isOneErrorLine(kept.err, "14999 of 16000 rows were read")) << kept.err.constData();
+    EXPECT_EQ(folder.names(), QStringList({"a.pgm", "a.png"}));
+}

@@ -120,7 +120,7 @@ TEST_F(Manual, PagesShowWhatTheHelpShows)
     const QByteArray text =
         printed({"man", "-E", "ascii", "-P", "cat", "-l", path("vellum-convert.1")});
 
-    EXPECT_TRUE(text.contains("vellum convert [OPTIONS] IN OUT\n"));
+    EXPECT_TRUE(text.contains("vellum convert [OPTIONS] FILES...\n"));
     EXPECT_TRUE(text.contains("--storage auto|plain|big\n"));
     EXPECT_TRUE(text.contains("-v, --verbose\n"));
     EXPECT_TRUE(text.contains("  vellum convert photo.jpg photo.hrle\n"));
