@@ -4,6 +4,7 @@
 #include "channelpictures.h"
 #include "command.h"
 #include "failure.h"
+#include "filejobs.h"
 #include "filenames.h"
 #include "outputfile.h"
 #include "printing.h"
@@ -30,6 +31,7 @@ struct Options
     bool list = false;
     bool all = false;
     bool json = false;
+    Existing existing = Existing::Replace;
     Storage storage = Storage::Auto;
     Progress::Mode progress = Progress::Mode::Auto;
 };
@@ -65,15 +67,16 @@ QVector<Output> outputsOf(const Vellum &picture, const QString &fileName, const 
 }
 
 /// Writes a channel in a stage from \a begin to \a end percent.
-void writeChannel(const Vellum &picture, const Output &output, Storage storage, Progress &progress,
-                  int begin, int end)
+void writeChannel(const Vellum &picture, const Output &output, const Options &options,
+                  Progress &progress, int begin, int end)
 {
     const QByteArray kind = outputKind(output.file);
     checkFits(kind, picture.size(), output.file);
-    OutputFile file(output.file);
+    refuseInput(output.file, fromShell(options.file));
+    OutputFile file(output.file, options.existing);
     progress.begin("write", begin, end);
     Vellum channel =
-        channelPicture(picture, output.channel, storage, [](int) { return !cancelFlag(); });
+        channelPicture(picture, output.channel, options.storage, [](int) { return !cancelFlag(); });
     if (channel.isNull())
         file.fail(QStringLiteral("not enough memory for the channel"));
     writePicture(channel, {}, kind, progress, file);
@@ -89,7 +92,9 @@ void writeChannels(const Vellum &picture, const QVector<Output> &outputs, const 
     constexpr int kFrom = 50; // percent
     const auto percentBefore = [&](int i) { return kFrom + (100 - kFrom) * i / outputs.size(); };
     for (int i = 0; i < outputs.size(); ++i) {
-        writeChannel(picture, outputs.at(i), options.storage, progress, percentBefore(i),
+        if (options.existing == Existing::Keep && QFileInfo::exists(outputs.at(i).file))
+            continue;
+        writeChannel(picture, outputs.at(i), options, progress, percentBefore(i),
                      percentBefore(i + 1));
     }
 }
@@ -145,9 +150,9 @@ int run(const Options &options)
 
     const QVector<Output> outputs = outputsOf(picture, fileName, options);
     if (options.all && picture.isOrgFileCmyk()) {
-        printError({Done, fileName,
-                    QStringLiteral("was CMYK and has been converted: red, green and blue are "
-                                   "those of sRGB")});
+        printNotice(fileName +
+                    QLatin1String(": was CMYK and has been converted: red, green and blue are "
+                                  "those of sRGB"));
     }
     if (!options.list)
         writeChannels(picture, outputs, options, progress);
@@ -176,7 +181,7 @@ Command channelsCommand(CLI::App &app)
         command->add_flag("--list", options->list, "Only tell which channels there are");
     list->excludes(folder);
     command
-        ->add_option("--format", options->kind,
+        ->add_option("--type", options->kind,
                      "The kind of file to write: tif (the default), png or another that\n"
                      "holds grey pictures")
         ->type_name("KIND")
@@ -185,6 +190,7 @@ Command channelsCommand(CLI::App &app)
                       "The colours too: grey, or red, green and blue, and alpha. A CMYK\n"
                       "picture has been converted to sRGB by then, which is said");
     command->add_flag("--json", options->json, "Print a JSON object with the channels");
+    addExistingOptions(*command, options->existing);
     addStorageOption(*command, options->storage);
     addProgressOption(*command, options->progress);
     addVerboseOption(*command);
@@ -196,7 +202,7 @@ Command channelsCommand(CLI::App &app)
                     "DIR/label-Gold.tif; what file names cannot hold is replaced by _.\n\n"
                     "Example:\n"
                     "  vellum channels --list label.tif\n"
-                    "  vellum channels label.tif -o separations --format png");
+                    "  vellum channels label.tif -o separations --type png");
     return {command, [options] { return run(*options); }};
 }
 

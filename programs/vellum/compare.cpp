@@ -7,6 +7,7 @@
 #include "differencemap.h"
 #include "emptypicture.h"
 #include "failure.h"
+#include "filejobs.h"
 #include "labcolors.h"
 #include "outputfile.h"
 #include "pixelcolors.h"
@@ -133,6 +134,10 @@ private:
 int run(const Options &options)
 {
     std::optional<Map> map;
+    for (const std::string &file : options.files) {
+        if (!options.map.empty())
+            refuseInput(fromShell(options.map), fromShell(file));
+    }
     if (!options.map.empty())
         map.emplace(options);
     Progress progress(options.progress, fromShell(options.files[0]));

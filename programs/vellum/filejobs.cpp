@@ -28,6 +28,14 @@ namespace {
 
 constexpr int kMostJobs = 256;
 
+/// The same for all names of a file.
+QString identity(const QString &fileName)
+{
+    const QFileInfo info(fileName);
+    const QString canonical = info.canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(info.absoluteFilePath()) : canonical;
+}
+
 bool isWritable(const QString &kind)
 {
     return kind == QLatin1String("hrle") ||
@@ -69,13 +77,6 @@ QString filledIn(const QString &pattern, const QString &input, const std::string
     if (name.isEmpty() || name.contains(QLatin1Char('/')))
         throw Failure(UsageError, pattern, QStringLiteral("--name names files, not folders"));
     return name;
-}
-
-QString identity(const QString &fileName)
-{
-    const QFileInfo info(fileName);
-    const QString canonical = info.canonicalFilePath();
-    return canonical.isEmpty() ? QDir::cleanPath(info.absoluteFilePath()) : canonical;
 }
 
 /// Drops what is there twice.
@@ -276,6 +277,12 @@ private:
 
 } // namespace
 
+void refuseInput(const QString &output, const QString &input)
+{
+    if (identity(output) == identity(input))
+        throw Failure(UsageError, input, QStringLiteral("would be replaced"));
+}
+
 CLI::Option *addFolderOptions(CLI::App &command, FileOptions &options)
 {
     CLI::Option *const folder =
@@ -309,6 +316,18 @@ void addJobsOption(CLI::App &command, FileOptions &options)
         ->type_name("N");
 }
 
+void addExistingOptions(CLI::App &command, Existing &existing)
+{
+    CLI::Option *const keep = command.add_flag_function(
+        "--no-clobber", [&existing](std::int64_t) { existing = Existing::Keep; },
+        "Leave files alone that exist already, and skip their pictures");
+    command
+        .add_flag_function(
+            "--force", [&existing](std::int64_t) { existing = Existing::ReplaceProtected; },
+            "Replace write-protected files too")
+        ->excludes(keep);
+}
+
 void addWritingOptions(CLI::App &command, FileOptions &options)
 {
     command
@@ -328,14 +347,7 @@ void addWritingOptions(CLI::App &command, FileOptions &options)
         ->type_name("NAME");
     command.add_flag("--progressive", options.encoding.progressive,
                      "JPEG that shows itself bit by bit while it is loaded");
-    CLI::Option *const keep = command.add_flag_function(
-        "--no-clobber", [&options](std::int64_t) { options.existing = Existing::Keep; },
-        "Leave files alone that exist already, and skip their pictures");
-    command
-        .add_flag_function(
-            "--force", [&options](std::int64_t) { options.existing = Existing::ReplaceProtected; },
-            "Replace write-protected files too")
-        ->excludes(keep);
+    addExistingOptions(command, options.existing);
     command.add_flag("--keep-going", options.keepGoing,
                      "Write what could be read of a damaged picture, say how much that\n"
                      "is, and exit with 5");

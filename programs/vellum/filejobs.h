@@ -66,6 +66,12 @@ void addWritingOptions(CLI::App &command, FileOptions &options);
 /// Adds \c --output, \c --name and \c --type.
 CLI::Option *addFolderOptions(CLI::App &command, FileOptions &options);
 
+/// Adds \c --no-clobber and \c --force.
+void addExistingOptions(CLI::App &command, Existing &existing);
+
+/// Throws a Failure if \a output is the file \a input, by whatever names.
+void refuseInput(const QString &output, const QString &input);
+
 /// Adds \c --jobs.
 void addJobsOption(CLI::App &command, FileOptions &options);
 

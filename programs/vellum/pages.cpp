@@ -3,6 +3,7 @@
 #include "cancel.h"
 #include "command.h"
 #include "failure.h"
+#include "filejobs.h"
 #include "outputfile.h"
 #include "printing.h"
 #include "reading.h"
@@ -25,6 +26,7 @@ struct SplitOptions
     std::string file;
     std::string folder;
     std::string kind = "tif";
+    Existing existing = Existing::Replace;
     Storage storage = Storage::Auto;
     Progress::Mode progress = Progress::Mode::Auto;
 };
@@ -32,6 +34,7 @@ struct SplitOptions
 struct JoinOptions
 {
     std::vector<std::string> files; ///< to read, and last the one to write
+    bool force = false; ///< replaces that one, which may have been meant as one to read
     Storage storage = Storage::Auto;
     Progress::Mode progress = Progress::Mode::Auto;
 };
@@ -46,9 +49,9 @@ struct ListOptions
 void tellOfConversion(const QString &fileName, int page, const Vellum &picture)
 {
     if (picture.isOrgFileCmyk()) {
-        printError(
-            {Done, fileName,
-             QStringLiteral("page %1 was CMYK and has been converted to sRGB").arg(page + 1)});
+        printNotice(QStringLiteral("%1: page %2 was CMYK and has been converted to sRGB")
+                        .arg(fileName)
+                        .arg(page + 1));
     }
 }
 
@@ -59,11 +62,12 @@ int percentBefore(int i, int count, int from, int to)
 }
 
 /// Writes \a page in a stage from \a begin to \a end percent.
-void writePage(Vellum &page, const QString &fileName, Progress &progress, int begin, int end)
+void writePage(Vellum &page, const QString &fileName, Existing existing, Progress &progress,
+               int begin, int end)
 {
     const QByteArray kind = outputKind(fileName);
     checkFits(kind, page.size(), fileName);
-    OutputFile output(fileName);
+    OutputFile output(fileName, existing);
     progress.begin("write", begin, end);
     WriteWishes wishes;
     wishes.exif = takeExif(page);
@@ -84,6 +88,14 @@ int split(const SplitOptions &options)
     const int count = reader.pages();
     const int digits = QString::number(count).size();
     for (int i = 0; i < count; ++i) {
+        const QString name = QStringLiteral("%1-%2.%3")
+                                 .arg(QFileInfo(fileName).completeBaseName())
+                                 .arg(i + 1, digits, 10, QLatin1Char('0'))
+                                 .arg(kind);
+        const QString file = QDir(folder).filePath(name);
+        refuseInput(file, fileName);
+        if (options.existing == Existing::Keep && QFileInfo::exists(file))
+            continue;
         const int begin = percentBefore(i, count, 0, 100);
         const int end = percentBefore(i + 1, count, 0, 100);
         const int read = (begin + end) / 2;
@@ -92,11 +104,7 @@ int split(const SplitOptions &options)
         const ReleasedAttachments released(page);
         reader.readPage(i, page, progress, wholeOn(options.storage));
         tellOfConversion(fileName, i, page);
-        const QString name = QStringLiteral("%1-%2.%3")
-                                 .arg(QFileInfo(fileName).completeBaseName())
-                                 .arg(i + 1, digits, 10, QLatin1Char('0'))
-                                 .arg(kind);
-        writePage(page, QDir(folder).filePath(name), progress, read, end);
+        writePage(page, file, options.existing, progress, read, end);
     }
     progress.finish();
     return Done;
@@ -170,7 +178,11 @@ int join(const JoinOptions &options)
     const auto inputs = int(options.files.size()) - 1;
     const QString outName = fromShell(options.files.back());
     const QByteArray kind = chainKind(outName);
-    OutputFile output(outName);
+    for (int i = 0; i < inputs; ++i)
+        refuseInput(outName, fromShell(options.files[size_t(i)]));
+    if (!options.force && QFileInfo::exists(outName))
+        throw Failure(OutputError, outName, QStringLiteral("exists already; --force replaces it"));
+    OutputFile output(outName, options.force ? Existing::ReplaceProtected : Existing::Keep);
     Progress progress(options.progress, outName);
     Chain chain;
     for (int i = 0; i < inputs; ++i) {
@@ -229,10 +241,11 @@ CLI::App *addSplit(CLI::App &pages, SplitOptions &options)
         ->required()
         ->type_name("DIR");
     command
-        ->add_option("--format", options.kind,
+        ->add_option("--type", options.kind,
                      "The kind of the files: tif (the default), png, jpg or any other\n"
                      "that can be written")
         ->type_name("KIND");
+    addExistingOptions(*command, options.existing);
     addStorageOption(*command, options.storage);
     addProgressOption(*command, options.progress);
     addVerboseOption(*command);
@@ -242,7 +255,7 @@ CLI::App *addSplit(CLI::App &pages, SplitOptions &options)
         "texts and extra channels go along where the kind of file holds them. Ends at\n"
         "the first page that cannot be read.\n\n"
         "Example:\n"
-        "  vellum pages split fax.tif -o sheets --format png");
+        "  vellum pages split fax.tif -o sheets --type png");
     return command;
 }
 
@@ -257,6 +270,9 @@ CLI::App *addJoin(CLI::App &pages, JoinOptions &options)
         ->required()
         ->expected(2, CLI::detail::expected_max_vector_size)
         ->type_name("IN... OUT");
+    command->add_flag("--force", options.force,
+                      "Replace OUT if it exists, which else is refused: the last of *.tif\n"
+                      "is easily taken for it");
     addStorageOption(*command, options.storage);
     addProgressOption(*command, options.progress);
     addVerboseOption(*command);

@@ -69,10 +69,7 @@ TEST_P(Cancel, WhileMovingTheRows)
 }
 
 // Too large to be held: rows go from file to file.
-TEST_P(Cancel, WhileStreaming)
-{
-    cancelIn(folder.writeGreymap("in.pgm", 20000, 18000), "convert");
-}
+TEST_P(Cancel, WhileStreaming) { cancelIn(folder.writeGreymap("in.pgm", 20000, 18000), "convert"); }
 
 TEST_P(Cancel, WhileWriting) { cancelIn(folder.writeGreymap("in.pgm", 16000, 16000), "write"); }
 

@@ -65,8 +65,8 @@ TEST(Channels, BecomePicturesOfTheirNameAndDepth)
                                QString::fromUtf8("Gold\nV\xc3\xa9rnis"), &expected);
                 const QString out = folder.path(QString::fromUtf8("\xe5\x87\xba/deep"));
 
-                ASSERT_TRUE(succeeds(
-                    {"channels", file, "-o", out, "--format", kind, "--storage", storage}));
+                ASSERT_TRUE(
+                    succeeds({"channels", file, "-o", out, "--type", kind, "--storage", storage}));
 
                 const QString base = out + QString::fromUtf8("/\xc3\xa9tiquette-");
                 const QString names[] = {"Gold", QString::fromUtf8("V\xc3\xa9rnis")};
@@ -130,7 +130,7 @@ TEST(Channels, AllHasTheColoursToo)
     const QImage picture = photoLike(67, 41, QImage::Format_ARGB32);
     const QString file = folder.write("a.png", encoded(picture, "png"));
     const QString out = folder.path("out");
-    ASSERT_TRUE(succeeds({"channels", "--all", file, "-o", out, "--format", "png"}));
+    ASSERT_TRUE(succeeds({"channels", "--all", file, "-o", out, "--type", "png"}));
     int shift = 16;
     for (const char *name : {"Red", "Green", "Blue", "Alpha"}) {
         const QImage channel(out + "/a-" + name + ".png");
@@ -150,7 +150,7 @@ TEST(Channels, AllHasTheColoursToo)
     EXPECT_EQ(channels[4].toObject()["name"], "Varnish");
 
     const QString mask = folder.write("c.png", encoded(maskLike(67, 41), "png"));
-    ASSERT_TRUE(succeeds({"channels", "--all", mask, "-o", out, "--format", "png"}));
+    ASSERT_TRUE(succeeds({"channels", "--all", mask, "-o", out, "--type", "png"}));
     EXPECT_TRUE(samePixels(QImage(out + "/c-Grey.png"), maskLike(67, 41)));
 }
 
@@ -192,6 +192,6 @@ TEST(Channels, BadFilesAndOptionsHaveTheirExitCodes)
     expect({spots}, 1, "--list");
     expect({spots, "--list", "-o", out}, 1);
     expect({"--list"}, 1);
-    EXPECT_EQ(runTool({"channels", spots, "-o", out, "--format", "unknown"}).exitCode, 3);
+    EXPECT_EQ(runTool({"channels", spots, "-o", out, "--type", "unknown"}).exitCode, 3);
     EXPECT_EQ(filesIn(out), QStringList());
 }

@@ -72,7 +72,7 @@ TEST(PagesSplit, WritesEveryPage)
             const QString out = folder.path(QString::fromUtf8("d\xc3\xa9j\xc3\xa0/vu"));
 
             ASSERT_TRUE(succeeds(
-                {"pages", "split", file, "-o", out, "--format", kind, "--storage", storage}));
+                {"pages", "split", file, "-o", out, "--type", kind, "--storage", storage}));
 
             ASSERT_EQ(filesIn(out).size(), 4);
             for (size_t i = 0; i < pages.size(); ++i) {
@@ -171,7 +171,8 @@ TEST(PagesJoin, TakesAllPagesOfPicturesOfEverySizeAndKind)
         const QString tif = writePages(folder, "two.tif", {pictures()[1], pictures()[2]});
         const QString out = folder.path(QString::fromUtf8("\xe6\x9b\xb8.tif"));
 
-        ASSERT_TRUE(succeeds({"pages", "join", png, tif, bmp, out, "--storage", storage}));
+        ASSERT_TRUE(
+            succeeds({"pages", "join", "--force", png, tif, bmp, out, "--storage", storage}));
 
         EXPECT_EQ(vellum::PictureFile(out).info().pages, 4);
         EXPECT_TRUE(samePixels(opened(out, 0), photo));
@@ -196,7 +197,7 @@ TEST(PagesJoin, LimitIsForAllPagesTogether)
     const Folder folder;
     const QString in = folder.write("a.png", encoded(photoLike(512, 512), "png")); // 1 MiB
     const QString out = folder.path("b.tif");
-    const QStringList join {"pages", "join", in, in, in, out};
+    const QStringList join {"pages", "join", "--force", in, in, in, out};
     ASSERT_TRUE(succeeds(QStringList {"--memory-limit", "3M"} + join));
     QFile::remove(out);
     const ToolResult result = runTool(QStringList {"--memory-limit", "2M"} + join);
@@ -269,9 +270,11 @@ TEST(Pages, BadFilesAndOptionsHaveTheirExitCodes)
     expect({"split", noPicture, "-o", out}, 2);
     expect({"split", folder.path("missing.tif"), "-o", out}, 2);
     expect({"split", two, "-o", file}, 3);
-    expect({"split", two, "-o", out, "--format", "unknown"}, 3);
-    expect({"join", good, damaged, folder.path("old.tif")}, 2);
-    expect({"join", good, folder.path("missing.png"), folder.path("old.tif")}, 2);
+    expect({"split", two, "-o", out, "--type", "unknown"}, 3);
+    expect({"join", "--force", good, damaged, folder.path("old.tif")}, 2);
+    expect({"join", "--force", good, folder.path("missing.png"), folder.path("old.tif")}, 2);
+    expect({"join", good, good, folder.path("old.tif")}, 3);
+    expect({"join", "--force", good, folder.path("old.tif"), folder.path("old.tif")}, 1);
     expect({"join", good, good, folder.path("out.png")}, 3);
     expect({"join", good, good, folder.path("no/out.tif")}, 3);
     expect({"list", noPicture}, 2);
