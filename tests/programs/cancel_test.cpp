@@ -119,7 +119,7 @@ TEST_P(Cancel, WhileWritingAChannel)
 TEST_P(Cancel, WhileSplittingPages)
 {
     const QString in = folder.writeGreymap("in.pgm", 16000, 16000);
-    cancelIn("write", {"pages", "split", in, "--format", "png", "-o", folder.path(".")});
+    cancelIn("write", {"pages", "split", in, "--type", "png", "-o", folder.path(".")});
 }
 
 TEST_P(Cancel, WhileJoiningPages)
