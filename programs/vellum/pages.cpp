@@ -158,16 +158,8 @@ QByteArray chainKind(const QString &fileName)
 void writeChain(const PageChain &pages, const QByteArray &kind, Progress &progress,
                 OutputFile &output)
 {
-    SaveOptions options;
-    options.format = kind;
-    options.colors = PixelColors::FileOwn;
-    options.cancel = &cancelFlag();
-    options.progress = [&progress](int percent) {
-        progress.reportPart(percent, 100);
-        return true;
-    };
     const WarningLog log;
-    const SaveResult result = savePages(pages, *output.device(), options);
+    const SaveResult result = savePages(pages, *output.device(), saveOptions({}, kind, progress));
     if (!result)
         output.fail(result.message);
 }

@@ -112,10 +112,10 @@ private:
             m_readSize = known;
         }
         m_scalesOnReading = isReducedOnReading(known);
-        if (m_scalesOnReading)
+        if (m_scalesOnReading) {
             m_readSize = targetFor(m_recipe.scaling, known, m_pipeline.inputName()).size;
-        if (m_scalesOnReading)
             wishes.size = m_readSize;
+        }
         return wishes;
     }
 
