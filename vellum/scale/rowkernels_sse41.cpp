@@ -258,6 +258,8 @@ void sumRowGroup(__m128i *sums, const RowGroup &group, int count)
         for (int k = 0; k < 4; ++k)
             sum[k] = _mm_and_si128(load(sums + x + k), keep);
         for (int i = 0; i < rows / 2; ++i) {
+            prefetchAhead(in[2 * i] + x);
+            prefetchAhead(in[2 * i + 1] + x);
             const __m128i a = load(in[2 * i] + x);
             const __m128i b = load(in[2 * i + 1] + x);
             const __m128i low = _mm_unpacklo_epi8(a, b); // the two of a channel side by side
