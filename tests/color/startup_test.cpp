@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -136,6 +137,25 @@ TEST(Startup, AFileThatAppearsIsFoundByTheNextConstruction)
         {
             const Vellum image;
         }
+        EXPECT_TRUE(log.messages().isEmpty());
+    });
+}
+
+TEST(Startup, TheFileCountsAsTheFirstImageFoundIt)
+{
+    inFreshProcess([] {
+        const QTemporaryDir folder;
+        setIccProfilePath(folder.path() + QLatin1Char('/'));
+        const QString path = folder.filePath(QStringLiteral("share/color/icc/cmyk.icm"));
+        ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
+        ASSERT_TRUE(QFile::copy(profileFile(QStringLiteral("cmyk.icm")), path));
+        {
+            const Vellum image;
+        }
+        ASSERT_TRUE(QFile::remove(path));
+
+        const MessageLog log;
+        EXPECT_TRUE(hasCmyk());
         EXPECT_TRUE(log.messages().isEmpty());
     });
 }

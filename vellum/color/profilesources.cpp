@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QFile>
 #include <QtEndian>
 
 namespace vellum::color {
@@ -39,19 +40,31 @@ Profile openProfileFile(const QString &path)
     return Profile(cmsOpenProfileFromFile(path.toLocal8Bit().constData(), "r"));
 }
 
-Profile openCmykFile()
+Profile openCmykFile() { return openWhatIsThere(readCmykFile()); }
+
+QByteArray readCmykFile()
 {
     const QString path = iccFilePath(QLatin1String(kCmykFile));
-    Profile profile = openProfileFile(path);
-    if (!profile)
+    QFile file(path);
+    QByteArray icc;
+    if (file.open(QIODevice::ReadOnly))
+        icc = file.readAll();
+    if (!openWhatIsThere(icc)) {
         qDebug() << "cmsOpenProfileFromFile failed:" << path;
-    return profile;
+        icc.clear();
+    }
+    return icc;
 }
 
 Profile openProfile(const QByteArray &icc)
 {
     if (icc.size() < kHeaderBytes || qFromBigEndian<quint32>(icc.constData()) > quint32(icc.size()))
         return nullptr;
+    return openWhatIsThere(icc);
+}
+
+Profile openWhatIsThere(const QByteArray &icc)
+{
     return Profile(cmsOpenProfileFromMem(icc.constData(), cmsUInt32Number(icc.size())));
 }
 

@@ -28,10 +28,16 @@ void setProfileFolder(QString folder);
 /// The "cmyk.icm" of the profile folder. Null when it cannot be read; a debug line then names it.
 [[nodiscard]] Profile openCmykFile();
 
+/// The bytes of that file. Empty when it is no profile; a debug line then names it.
+[[nodiscard]] QByteArray readCmykFile();
+
 /// The profile in \a icc, complete serialised bytes.
 /// \return null when they are empty, damaged, or fewer than their header says: lcms2 would leave
 ///         out the tags that lie behind the end and go on with the others
 [[nodiscard]] Profile openProfile(const QByteArray &icc);
+
+/// The same of bytes that may be cut short, as lcms2 takes files: what is there counts.
+[[nodiscard]] Profile openWhatIsThere(const QByteArray &icc);
 
 /// The bytes of \a profile; empty when it is null or cannot be serialised.
 [[nodiscard]] QByteArray serialised(const Profile &profile);

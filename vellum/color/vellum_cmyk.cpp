@@ -20,21 +20,34 @@ ProfileCache Vellum::m_xyzProfile;
 
 namespace {
 
-/// Makes the transform that \a shared lacks. Threads that come here at the same time each make
-/// one, and the first to finish is taken: no lock is held while messages are written.
-template <typename Make>
-void publish(std::atomic<void *> &shared, Make make)
+/// "cmyk.icm" as it was when an image first found it. Never deleted either.
+std::atomic<const QByteArray *> pressFile {nullptr};
+
+/// Puts what \a made owns into \a shared, unless another thread was faster.
+template <typename Pointer, typename Owner>
+void publish(std::atomic<Pointer> &shared, Owner made)
 {
-    if (shared.load(std::memory_order_acquire))
-        return;
-    const Profile press = vellum::color::openCmykFile();
-    if (!press)
-        return;
+    Pointer expected = nullptr;
+    if (shared.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel))
+        static_cast<void>(made.release());
+}
+
+/// The transform in \a shared, made when it is first used: it takes longer than many a program
+/// that never needs it. Threads that come here at the same time each make one, and the first to
+/// finish is taken: no lock is held while messages are written.
+/// \return null while no image has found a profile, or when it lacks what the transform needs
+template <typename Make>
+cmsHTRANSFORM pressTransform(std::atomic<void *> &shared, Make make)
+{
+    if (void *const transform = shared.load(std::memory_order_acquire))
+        return transform;
+    const QByteArray *const icc = pressFile.load(std::memory_order_acquire);
+    if (!icc)
+        return nullptr;
+    const Profile press = vellum::color::openWhatIsThere(*icc);
     const Profile display(cmsCreate_sRGBProfile());
-    Transform transform = make(press.get(), display.get());
-    void *expected = nullptr;
-    if (shared.compare_exchange_strong(expected, transform.get(), std::memory_order_acq_rel))
-        static_cast<void>(transform.release());
+    publish(shared, make(press.get(), display.get()));
+    return shared.load(std::memory_order_acquire);
 }
 
 QByteArray pressFileProfile(ProfileCache &cache)
@@ -78,25 +91,32 @@ bool isOfSpace(const QByteArray &icc, cmsColorSpaceSignature space)
 
 void Vellum::prepareCmykToRgbTransform()
 {
-    publish(m_cmykToRgbTransform, [](cmsHPROFILE press, cmsHPROFILE display) {
-        return Transform(
-            cmsCreateTransform(press, TYPE_CMYK_8, display, TYPE_BGR_8, INTENT_PERCEPTUAL, 0));
-    });
-    publish(m_rgbToCmykTransform, [](cmsHPROFILE press, cmsHPROFILE display) {
-        return Transform(
-            cmsCreateTransform(display, TYPE_BGR_8, press, TYPE_CMYK_8, INTENT_PERCEPTUAL, 0));
-    });
+    // Each of the two transforms asks for the file, and says so when it is not there.
+    for (int i = 0; i < 2 && !pressFile.load(std::memory_order_acquire); ++i) {
+        auto icc = std::make_unique<const QByteArray>(vellum::color::readCmykFile());
+        const Profile profile = vellum::color::openWhatIsThere(*icc);
+        if (profile && cmsGetColorSpace(profile.get()) == cmsSigCmykData)
+            publish(pressFile, std::move(icc));
+    }
 }
 
 void Vellum::BgrToCmyk(unsigned char *cmyk, unsigned char *bgr, unsigned int count)
 {
-    if (void *const transform = m_rgbToCmykTransform.load(std::memory_order_acquire))
+    const auto make = [](cmsHPROFILE press, cmsHPROFILE display) {
+        return Transform(
+            cmsCreateTransform(display, TYPE_BGR_8, press, TYPE_CMYK_8, INTENT_PERCEPTUAL, 0));
+    };
+    if (const cmsHTRANSFORM transform = pressTransform(m_rgbToCmykTransform, make))
         cmsDoTransform(transform, bgr, cmyk, count);
 }
 
 void Vellum::CmykToBgr(unsigned char *bgr, unsigned char *cmyk, unsigned int count)
 {
-    if (void *const transform = m_cmykToRgbTransform.load(std::memory_order_acquire))
+    const auto make = [](cmsHPROFILE press, cmsHPROFILE display) {
+        return Transform(
+            cmsCreateTransform(press, TYPE_CMYK_8, display, TYPE_BGR_8, INTENT_PERCEPTUAL, 0));
+    };
+    if (const cmsHTRANSFORM transform = pressTransform(m_cmykToRgbTransform, make))
         cmsDoTransform(transform, cmyk, bgr, count);
 }
 
