@@ -1,5 +1,6 @@
 #include "shared/imagehandler.h"
 
+#include "shared/colorinput.h"
 #include "shared/device.h"
 #include "shared/rowreader.h"
 #include "shared/source.h"
@@ -24,6 +25,13 @@ constexpr float kSizeOnlyGamma = 9;
 /// The widest row that an image can have, in the largest pixels there are. The bytes of any number
 /// of rows can be counted in 64 bits.
 constexpr int kWidest = std::numeric_limits<int>::max() / 8;
+
+StoredColors storedColors(unsigned int inputColors)
+{
+    if (inputColors == 0)
+        return StoredColors::AsDecoded;
+    return isCmykInput(inputColors) ? StoredColors::Cmyk : StoredColors::Lab;
+}
 
 QImage transformed(const QImage &image, Transformations how)
 {
@@ -208,13 +216,15 @@ RowOrder ImageHandler::writeOrder() const
 
 bool ImageHandler::supportsOption(ImageOption option) const
 {
-    return m_options.contains(option) || (option >= kWriteOrder && option <= kRowsRead);
+    return m_options.contains(option) || (option >= kStoredResolution && option <= kRowsRead);
 }
 
 QVariant ImageHandler::option(ImageOption option) const
 {
     if (!supportsOption(option))
         return {};
+    if (option >= kStoredResolution && option <= kStoredProfile)
+        return storedFact(option);
     if (option == kRowsRead)
         return m_rowsRead;
     if (option == kEncodedSize)
@@ -247,6 +257,19 @@ QVariant ImageHandler::option(ImageOption option) const
     default:
         return fromHeader(option);
     }
+}
+
+/// What only a file can tell.
+QVariant ImageHandler::storedFact(ImageOption option) const
+{
+    const Picture *const header = picture();
+    if (!header)
+        return {};
+    if (option == kStoredProfile)
+        return header->icc;
+    if (option == kStoredColors)
+        return int(storedColors(header->inputColors));
+    return QSize(header->dotsPerMeterX, header->dotsPerMeterY);
 }
 
 /// What a file tells, or what was set when there is none to read.

@@ -18,8 +18,12 @@ using vellum::kEncodedSize;
 using vellum::kReadFormat;
 using vellum::kReadOrder;
 using vellum::kRowsRead;
+using vellum::kStoredColors;
+using vellum::kStoredProfile;
+using vellum::kStoredResolution;
 using vellum::kWriteOrder;
 using vellum::RowOrder;
+using vellum::StoredColors;
 
 /// A format subclasses this and supplies a decoder and an encoder.
 ///
@@ -81,6 +85,7 @@ private:
     QImage::Format readFormat() const;
     RowOrder readOrder() const;
     RowOrder writeOrder() const;
+    QVariant storedFact(ImageOption option) const;
     QVariant fromHeader(ImageOption option) const;
     bool writePages(const QImage &image, QIODevice &device) const;
     bool writeTransformed(const QImage &image, Encoder &encoder) const;

@@ -299,7 +299,7 @@ bool TiffEncoder::finish()
 {
     m_handle.reset();
     if (!m_spool)
-        return true;
+        return m_stream->leaveAtEnd();
     QByteArray part;
     bool done = m_spool->seek(0);
     while (done && !m_spool->atEnd()) {

@@ -169,6 +169,12 @@ qint64 WriteStream::write(const void *data, qint64 bytes)
     return written;
 }
 
+bool WriteStream::leaveAtEnd()
+{
+    m_at = m_end;
+    return moveDevice();
+}
+
 Handle openToRead(QIODevice &device, qint64 start)
 {
     auto stream = std::make_unique<Stream>(device, start);

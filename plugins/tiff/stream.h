@@ -60,6 +60,9 @@ public:
 
     qint64 size() const override { return m_end; } ///< Of what was written.
 
+    /// Moves the device behind all that was written.
+    [[nodiscard]] bool leaveAtEnd();
+
     /// Whether what is written now may be read back.
     void setKeeping(bool keep) { m_keeps = keep; }
 

@@ -90,7 +90,7 @@ Vellum channelPicture(const Vellum &picture, const Channel &channel, Storage sto
             samples = {extra + qint64(y) * stride + channel.index * sampleBytes,
                        count * sampleBytes, stride};
         } else {
-            colors = strip(picture, y, rows, numbersFormat(picture));
+            colors = strip(picture, y, rows, rgbFormatFor(picture));
             if (colors.isNull())
                 return false;
             samples = {std::as_const(colors).scanLineEx(0) +

@@ -24,7 +24,7 @@ class NumberRows
 {
 public:
     explicit NumberRows(const Vellum &picture)
-        : m_picture(picture), m_format(numbersFormat(picture)), m_row(size_t(picture.width()))
+        : m_picture(picture), m_format(rgbFormatFor(picture)), m_row(size_t(picture.width()))
     {
     }
 

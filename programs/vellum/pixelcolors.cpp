@@ -3,39 +3,8 @@
 #include <QColorSpace>
 
 #include <algorithm>
-#include <cmath>
 
 namespace vellum::tool {
-
-namespace {
-
-/// sRGB, and the gamma of 2.2 that PNG files state in its stead.
-bool isSrgb(const QColorSpace &space)
-{
-    return space == QColorSpace(QColorSpace::SRgb) ||
-        (space.primaries() == QColorSpace::Primaries::SRgb &&
-         space.transferFunction() == QColorSpace::TransferFunction::Gamma &&
-         std::abs(space.gamma() - 2.2F) < 0.01F);
-}
-
-bool isGreyFormat(QImage::Format format)
-{
-    return format == QImage::Format_Grayscale8 || format == QImage::Format_Grayscale16;
-}
-
-} // namespace
-
-QByteArray pixelProfile(const Vellum &picture)
-{
-    if (picture.isOrgFileCmyk())
-        return {};
-    const QByteArray own = picture.getIccProfile();
-    const QColorSpace space =
-        own.isEmpty() ? picture.colorSpace() : QColorSpace::fromIccProfile(own);
-    if (isSrgb(space))
-        return {};
-    return own.isEmpty() ? space.iccProfile() : own;
-}
 
 bool meanSameColors(const QByteArray &a, const QByteArray &b)
 {
@@ -54,7 +23,7 @@ bool isCmykProfile(const QByteArray &profile)
 
 bool isGreyByFormat(const Vellum &picture)
 {
-    if (isGreyFormat(picture.format()))
+    if (isGrayFormat(picture.format()))
         return true;
     const QVector<QRgb> table = picture.colorTable();
     return !table.isEmpty() && std::all_of(table.begin(), table.end(), [](QRgb color) {
@@ -62,45 +31,15 @@ bool isGreyByFormat(const Vellum &picture)
     });
 }
 
-bool hasWideChannels(QImage::Format format)
+QImage::Format formatToConvert(const Vellum &picture, const QByteArray &profile)
 {
-    switch (format) {
-    case QImage::Format_Grayscale16:
-    case QImage::Format_BGR30:
-    case QImage::Format_A2BGR30_Premultiplied:
-    case QImage::Format_RGB30:
-    case QImage::Format_A2RGB30_Premultiplied:
-    case QImage::Format_RGBX64:
-    case QImage::Format_RGBA64:
-    case QImage::Format_RGBA64_Premultiplied:
-        return true;
-    default:
-        return false;
-    }
-}
-
-QImage::Format numbersFormat(const Vellum &picture)
-{
-    if (hasWideChannels(picture.format()))
-        return picture.hasAlphaChannel() ? QImage::Format_RGBA64 : QImage::Format_RGBX64;
-    return picture.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32;
-}
-
-QImage::Format convertibleFormat(const Vellum &picture, const QByteArray &profile)
-{
-    const QImage::Format format = picture.format();
     const QString grey = QStringLiteral("Gray");
     const QString rgb = QStringLiteral("RGB");
     const QString space = !profile.isEmpty() ? describeProfile(profile).colorSpace
-        : isGreyFormat(format)               ? grey
+        : isGrayFormat(picture.format())     ? grey
                                              : rgb;
-    if (space == grey && isGreyByFormat(picture))
-        return hasWideChannels(format) ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8;
-    if (space != rgb)
-        return QImage::Format_Invalid;
-    if (CVlLcmsManager::toLcmsFormat(format) != 0 && !isGreyFormat(format))
-        return format;
-    return numbersFormat(picture);
+    const bool isGrey = space == grey && isGreyByFormat(picture);
+    return isGrey || space == rgb ? convertibleFormat(picture, isGrey) : QImage::Format_Invalid;
 }
 
 Vellum convertedColors(Vellum image, const QByteArray &source, const QByteArray &destination,

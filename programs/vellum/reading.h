@@ -57,6 +57,9 @@ public:
 
     const PictureHeader &header() const { return m_header; }
 
+    /// All that the file says of its first picture, or the one last looked at or read.
+    const PictureInfo &info() const { return m_file->info(); }
+
     /// The picture as the decoder gives it, turned upright if the file says how. Never null:
     /// throws a Failure if it cannot be read or the user cancels. Call once.
     /// It has no attachments, which none of the steps that follow would carry on.

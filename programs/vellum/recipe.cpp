@@ -265,7 +265,7 @@ private:
             return;
         Progress &progress = m_pipeline.begin("proof");
         const vellum::Storage storage =
-            m_pipeline.storageFor(m_picture.size(), numbersFormat(m_picture));
+            m_pipeline.storageFor(m_picture.size(), rgbFormatFor(m_picture));
         Vellum result =
             proofed(m_picture, pixelProfile(m_picture), m_colors.proof, m_recipe.colors.conversion,
                     ProofWhite::Screen, storage, reportTo(progress));

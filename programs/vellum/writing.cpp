@@ -16,13 +16,6 @@
 
 namespace vellum::tool {
 
-namespace {
-
-constexpr qint64 kMostHrlePixels = 1073741824; // its readers refuse more
-constexpr int kWidestHrleRow = 16777212; // a run's length has 24 bits, and rows are padded to 4
-
-} // namespace
-
 QByteArray outputKind(const QString &fileName)
 {
     if (isHrleName(fileName))
@@ -42,21 +35,9 @@ QByteArray outputKind(const QString &fileName)
 
 void checkFits(const QByteArray &kind, const QSize &size, const QString &fileName)
 {
-    const qint64 pixels = qint64(size.width()) * size.height();
-    if (!kind.isEmpty())
-        return;
-    if (pixels > kMostHrlePixels) {
-        throw Failure(OutputError, fileName,
-                      QStringLiteral("%1 x %2 pixels are more than the %3 that .hrle can hold")
-                          .arg(size.width())
-                          .arg(size.height())
-                          .arg(kMostHrlePixels));
-    }
-    if (size.width() > kWidestHrleRow) {
-        throw Failure(
-            OutputError, fileName,
-            QStringLiteral("%1 pixels are more than a row of .hrle can hold").arg(size.width()));
-    }
+    const QString fault = kind.isEmpty() ? hrleSizeFault(size) : QString();
+    if (!fault.isEmpty())
+        throw Failure(OutputError, fileName, fault);
 }
 
 Vellum prepared(const Vellum &picture, const QByteArray &kind, Storage storage, Progress &progress,

@@ -137,6 +137,20 @@ TEST(TiffDevices, ThatOnlyTakeBytesInOrderGetTheSameFile)
     EXPECT_EQ(bytesOfFile(name), writeTiff(image));
 }
 
+TEST(TiffDevices, AreLeftBehindTheFile)
+{
+    const Vellum image = makeNoise(70, 41, QImage::Format_RGB32, Storage::Plain);
+    const QByteArray before = "before";
+    QBuffer buffer;
+    ASSERT_TRUE(buffer.open(QIODevice::ReadWrite));
+    buffer.write(before);
+
+    ASSERT_TRUE(makeHandler(QStringLiteral("tiff"), &buffer)->write(image));
+
+    EXPECT_EQ(buffer.pos(), buffer.size());
+    EXPECT_EQ(buffer.data().mid(before.size()), writeTiff(image));
+}
+
 TEST(TiffDevices, ThatAreFullMakeTheWriteFail)
 {
     const Vellum image = makeNoise(300, 270, QImage::Format_RGB32, Storage::Plain);

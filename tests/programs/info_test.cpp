@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <support/profiles.h>
+
 using namespace vellum::test;
 
 namespace {
@@ -56,7 +58,9 @@ TEST(Info, JsonHasTheFactsOfAPicture)
                                 {"memoryBytes", 10988},
                                 {"fileBytes", png.size()},
                                 {"bytesToConvert", (64 << 20) + 2 * 10988},
-                                {"bytesToRotate", (64 << 20) + 2 * 10988}};
+                                {"bytesToRotate", (64 << 20) + 2 * 10988},
+                                {"colors", "RGB"},
+                                {"pages", 1}};
     EXPECT_EQ(infos.at(0).toObject(), expected);
 }
 
@@ -97,23 +101,73 @@ class InfoResolution : public testing::TestWithParam<const char *>
 {
 };
 
-TEST_P(InfoResolution, IsWhatQtReads)
+TEST_P(InfoResolution, IsThatOfTheFile)
+{
+    const Folder folder;
+    QImage image = photoLike(31, 17);
+    image.setDotsPerMeterX(11811); // 300 and 150 per inch, which is how JPEG counts
+    image.setDotsPerMeterY(5906);
+    const QString file = folder.write("a", encoded(image, GetParam()));
+
+    const QJsonObject info = infoOf({file}).at(0).toObject();
+
+    EXPECT_EQ(info["dotsPerMeterX"], 11811);
+    EXPECT_EQ(info["dotsPerMeterY"], 5906);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, InfoResolution, testing::Values("png", "jpg", "bmp"));
+
+TEST(Info, TellsTheInksOfAPictureForThePress)
 {
     const Folder folder;
     QImage image = photoLike(31, 17);
     image.setDotsPerMeterX(11811);
     image.setDotsPerMeterY(5906);
-    const QByteArray file = encoded(image, GetParam());
-    const QImage decoded = QImage::fromData(file);
-    ASSERT_NE(decoded.dotsPerMeterX(), QImage(1, 1, QImage::Format_RGB32).dotsPerMeterX());
+    const QString png = folder.write("a.png", encoded(image, "png"));
+    const QString press = profileFile("cmyk.icm");
+    for (const QString &name : {folder.path("a.tif"), folder.path("a.jpg")}) {
+        ASSERT_TRUE(succeeds({"convert", png, name, "--to-profile", press}));
 
-    const QJsonObject info = infoOf({folder.write("a", file)}).at(0).toObject();
-
-    EXPECT_EQ(info["dotsPerMeterX"], decoded.dotsPerMeterX());
-    EXPECT_EQ(info["dotsPerMeterY"], decoded.dotsPerMeterY());
+        const QJsonObject info = infoOf({name}).at(0).toObject();
+        const QString profile = vellum::describeProfile(readFile(press)).description;
+        EXPECT_EQ(info["colors"], "CMYK");
+        EXPECT_EQ(info["profile"], profile);
+        EXPECT_NEAR(info["dotsPerMeterX"].toInt(), 11811, 40); // 300 per inch
+        EXPECT_NEAR(info["dotsPerMeterY"].toInt(), 5906, 40);
+        const QByteArray text = runTool({"info", name}).out;
+        EXPECT_TRUE(text.contains("CMYK, profile: " + profile.toUtf8())) << text.constData();
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, InfoResolution, testing::Values("png", "jpg", "bmp"));
+TEST(Info, TellsColoursOfEachKindOfPixels)
+{
+    const Folder folder;
+    QImage indexed(9, 9, QImage::Format_Indexed8);
+    indexed.setColorTable({qRgb(255, 0, 0), qRgb(0, 0, 255)});
+    indexed.fill(1);
+    const QString files[] = {folder.write("rgb.png", encoded(photoLike(9, 9), "png")),
+                             folder.write("grey.png", encoded(maskLike(9, 9), "png")),
+                             folder.write("indexed.png", encoded(indexed, "png"))};
+
+    const QJsonArray infos = infoOf({files[0], files[1], files[2]});
+
+    EXPECT_EQ(infos.at(0).toObject()["colors"], "RGB");
+    EXPECT_EQ(infos.at(1).toObject()["colors"], "grey");
+    EXPECT_EQ(infos.at(2).toObject()["colors"], "indexed");
+    EXPECT_FALSE(infos.at(0).toObject().contains("profile"));
+    EXPECT_TRUE(runTool({"info", files[0]}).out.contains("RGB, profile: none"));
+}
+
+TEST(Info, CountsPages)
+{
+    const Folder folder;
+    const QString page = folder.write("a.png", encoded(photoLike(9, 9), "png"));
+    const QString file = folder.path("a.tif");
+    ASSERT_TRUE(succeeds({"pages", "join", page, page, file}));
+
+    EXPECT_EQ(infoOf({file}).at(0).toObject()["pages"], 2);
+    EXPECT_TRUE(runTool({"info", file}).out.contains("pages       2"));
+}
 
 TEST(Info, ResolutionThatAFileDoesNotStateIsLeftOut)
 {

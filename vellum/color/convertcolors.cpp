@@ -1,6 +1,7 @@
 #include <vellum/color/convertcolors.h>
 #include <vellum/color/lcmsmanager.h>
 #include <vellum/color/parallelrows_p.h>
+#include <vellum/color/pixelcolors.h>
 #include <vellum/color/profilesources_p.h>
 #include <vellum/color/transforms_p.h>
 #include <vellum/image/derived_p.h>
@@ -39,11 +40,6 @@ const QByteArray &greyBytes()
         return color::serialised(Profile(cmsCreateGrayProfile(cmsD50_xyY(), curve.get())));
     }();
     return bytes;
-}
-
-bool isGreyFormat(QImage::Format format)
-{
-    return format == QImage::Format_Grayscale8 || format == QImage::Format_Grayscale16;
 }
 
 bool has16Bits(unsigned int code) { return T_BYTES(code) == 2; }
@@ -149,7 +145,7 @@ Vellum convertColors(const Vellum &image, const QByteArray &source, const QByteA
 {
     if (image.isNull() || !image::isComplete(image))
         return {};
-    const QByteArray &defaultSource = isGreyFormat(image.format()) ? greyBytes() : srgbBytes();
+    const QByteArray &defaultSource = isGrayFormat(image.format()) ? greyBytes() : srgbBytes();
     const QByteArray &from = source.isEmpty() ? defaultSource : source;
     const QByteArray &to = destination.isEmpty() ? srgbBytes() : destination;
     const Profile fromProfile = color::openProfile(from);

@@ -24,6 +24,13 @@ QImage::Format checkedFormat(int format)
     return known ? QImage::Format(format) : QImage::Format_Invalid;
 }
 
+/// Other plugins may answer anything.
+StoredColors checkedColors(int colors)
+{
+    const bool known = colors == int(StoredColors::Cmyk) || colors == int(StoredColors::Lab);
+    return known ? StoredColors(colors) : StoredColors::AsDecoded;
+}
+
 QString cutShortFault() { return QStringLiteral("the file is damaged or cut short"); }
 
 class HrleDecoder : public Decoder
@@ -40,6 +47,7 @@ public:
         info.kind = "hrle";
         info.size = {m_check.width, m_check.height};
         info.format = QImage::Format_Grayscale8;
+        info.dotsPerMeter = {m_check.dotsPerMeterX, m_check.dotsPerMeterY};
         return info;
     }
     bool goTo(int page) override { return page == 0; }
@@ -89,6 +97,9 @@ public:
         info.transformation =
             QImageIOHandler::Transformations(option(Option::ImageTransformation).toInt());
         info.pages = qMax(1, m_handler->imageCount());
+        info.colors = checkedColors(option(kStoredColors).toInt());
+        info.profile = option(kStoredProfile).toByteArray();
+        info.dotsPerMeter = option(kStoredResolution).toSize();
         return info;
     }
 

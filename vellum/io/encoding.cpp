@@ -1,8 +1,10 @@
+#include <vellum/color/pixelcolors.h>
 #include <vellum/color/presscolors.h>
 #include <vellum/color/profileinfo.h>
 #include <vellum/convert/convert.h>
 #include <vellum/io/encoding_p.h>
 #include <vellum/io/hrlehandler.h>
+#include <vellum/io/hrleheader.h>
 #include <vellum/io/limitcheck_p.h>
 #include <vellum/io/picturecolors_p.h>
 #include <vellum/io/writehandler_p.h>
@@ -20,29 +22,12 @@ namespace vellum::io {
 
 namespace {
 
-constexpr qint64 kMostHrlePixels = 1073741824; // its readers refuse more
-constexpr int kWidestHrleRow = 16777212; // a run's length has 24 bits, and rows are padded to 4
-
 SaveResult stepFailure(const JobProgress &progress)
 {
     if (progress.isCancelled())
         return saveFailure(FileStatus::Cancelled, QStringLiteral("cancelled"));
     return saveFailure(FileStatus::OutOfMemory,
                        QStringLiteral("not enough memory for the picture"));
-}
-
-QString hrleFault(const QSize &size)
-{
-    if (size.width() > kWidestHrleRow) {
-        return QStringLiteral("%1 pixels are more than a row of .hrle can hold").arg(size.width());
-    }
-    if (qint64(size.width()) * size.height() > kMostHrlePixels) {
-        return QStringLiteral("%1 x %2 pixels are more than the %3 that .hrle can hold")
-            .arg(size.width())
-            .arg(size.height())
-            .arg(kMostHrlePixels);
-    }
-    return {};
 }
 
 /// Bytes of a row that pixels take; the rest is padding.
@@ -251,7 +236,7 @@ SaveResult checkEncoder(const Encoder &encoder, const QSize &size, const SaveOpt
         return saveFailure(FileStatus::NotWritten,
                            QStringLiteral("its colours cannot be converted to the profile"));
     }
-    const QString fault = encoder.kind == Encoder::Hrle ? hrleFault(size) : QString();
+    const QString fault = encoder.kind == Encoder::Hrle ? hrleSizeFault(size) : QString();
     return fault.isEmpty() ? SaveResult() : saveFailure(FileStatus::OverLimit, fault);
 }
 
@@ -281,8 +266,7 @@ void matchColorSpace(Vellum &image)
 {
     const QByteArray profile = image.getIccProfile();
     const QColorSpace space = image.colorSpace();
-    if (profile.isEmpty() ? !space.isValid() || fileProfile(image).isEmpty()
-                          : space.iccProfile() == profile)
+    if (profile.isEmpty() ? !space.isValid() || isSrgb(space) : space.iccProfile() == profile)
         return; // setting it copies the pixels of a plain image that is shared
     image.setColorSpace(profile.isEmpty() ? QColorSpace() : QColorSpace::fromIccProfile(profile));
 }

@@ -13,6 +13,13 @@ enum class RowOrder {
     BottomUp, ///< image_scanLine_reverse() and image_constScanLine_reverse()
 };
 
+/// The colours of pixels as they are stored in a file.
+enum class StoredColors {
+    AsDecoded, ///< those of the format that they are decoded to
+    Cmyk, ///< inks, which decoding turns into RGB
+    Lab, ///< CIE L*a*b*, which decoding turns into RGB
+};
+
 /// How many rows a handler may look back while it writes: a row that it was given stays until it
 /// has asked for this many more. Only then may rows go, see kWriteOrder.
 constexpr int kRowsBehind = 64;
@@ -36,6 +43,14 @@ constexpr auto kReadFormat = QImageIOHandler::ImageOption(28);
 /// int: the RowOrder of the next write, with the options that have been set. Not None only when
 /// that write makes do with kRowsBehind rows behind the one it asked for last.
 constexpr auto kWriteOrder = QImageIOHandler::ImageOption(27);
+/// QByteArray: the ICC profile of the next picture's pixels as stored, from its header; empty for
+/// none.
+constexpr auto kStoredProfile = QImageIOHandler::ImageOption(26);
+/// int: the StoredColors of the next picture, from its header.
+constexpr auto kStoredColors = QImageIOHandler::ImageOption(25);
+/// QSize: the resolution of the next picture as stored, in pixels per metre, from its header; empty
+/// when it has none.
+constexpr auto kStoredResolution = QImageIOHandler::ImageOption(24);
 /// @}
 
 } // namespace vellum

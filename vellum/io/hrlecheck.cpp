@@ -120,6 +120,8 @@ HrleCheck checkHrle(QIODevice &device)
     HrleCheck check;
     check.width = info.width;
     check.height = int(rowCount(info));
+    check.dotsPerMeterX = info.dotsPerMeterX;
+    check.dotsPerMeterY = info.dotsPerMeterY;
     check.compressed = info.compression == RunLength;
     qint64 wholeRows = 0;
     check.reason = dataFault(device, start, info, wholeRows);

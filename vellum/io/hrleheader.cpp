@@ -72,3 +72,16 @@ const char *headerFault(const HrleFileHeader &file, const HrleInfoHeader &info)
 }
 
 } // namespace vellum::io
+
+QString vellum::hrleSizeFault(const QSize &size)
+{
+    if (size.width() > io::kWidestRow)
+        return QStringLiteral("%1 pixels are more than a row of .hrle can hold").arg(size.width());
+    if (qint64(size.width()) * size.height() > io::kMostPixels) {
+        return QStringLiteral("%1 x %2 pixels are more than the %3 that .hrle can hold")
+            .arg(size.width())
+            .arg(size.height())
+            .arg(io::kMostPixels);
+    }
+    return {};
+}

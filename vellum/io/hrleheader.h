@@ -1,7 +1,10 @@
 // The two headers at the start of an HRLE file.
 #pragma once
 
-#include <QtGlobal>
+#include <vellum/export.h>
+
+#include <QSize>
+#include <QString>
 
 namespace vellum {
 
@@ -30,5 +33,9 @@ struct HrleInfoHeader
     quint32 colorsUsed = 0;
     quint32 colorsImportant = 0;
 };
+
+/// Why a picture of \a size pixels has no place in an HRLE file: one clause for a person, in
+/// English. Empty when it has.
+VELLUM_EXPORT QString hrleSizeFault(const QSize &size);
 
 } // namespace vellum

@@ -15,7 +15,8 @@ constexpr int kInfoHeaderBytes = 40;
 constexpr int kHeaderBytes = kFileHeaderBytes + kInfoHeaderBytes;
 constexpr int kCountBytes = 4; // in front of run-length data
 constexpr int kSupportedDepth = 8;
-constexpr qint64 kMostPixels = 0x40000000;
+constexpr qint64 kMostPixels = 0x40000000; // readers refuse more
+constexpr int kWidestRow = 16777212; // a run's length has 24 bits, and rows are padded to 4 bytes
 
 enum HrleCompression : quint32 { RawRows = 0, RunLength = 1 };
 

@@ -1,49 +1,18 @@
 #include <vellum/color/convertcolors.h>
-#include <vellum/color/lcmsmanager.h>
+#include <vellum/color/pixelcolors.h>
 #include <vellum/color/profilesources_p.h>
 #include <vellum/convert/convert.h>
 #include <vellum/io/picturecolors_p.h>
 
 #include <QColorSpace>
 
-#include <cmath>
-
 namespace vellum::io {
 
 namespace {
 
-bool isGrey(QImage::Format format)
-{
-    return format == QImage::Format_Grayscale8 || format == QImage::Format_Grayscale16;
-}
-
 bool hasPalette(const Vellum &image)
 {
     return image.depth() == 1 || image.format() == QImage::Format_Indexed8;
-}
-
-bool hasWideChannels(const Vellum &image)
-{
-    switch (image.format()) {
-    case QImage::Format_Grayscale16:
-    case QImage::Format_BGR30:
-    case QImage::Format_A2BGR30_Premultiplied:
-    case QImage::Format_RGB30:
-    case QImage::Format_A2RGB30_Premultiplied:
-        return true;
-    default:
-        return image.depth() == 64;
-    }
-}
-
-/// True for sRGB, and for the gamma of 2.2 that PNG files state in its stead.
-bool isSrgb(const QColorSpace &space)
-{
-    if (space == QColorSpace(QColorSpace::SRgb))
-        return true;
-    return space.primaries() == QColorSpace::Primaries::SRgb &&
-        space.transferFunction() == QColorSpace::TransferFunction::Gamma &&
-        std::abs(space.gamma() - 2.2F) < 0.01F;
 }
 
 cmsColorSpaceSignature spaceOf(const QByteArray &profile)
@@ -52,21 +21,6 @@ cmsColorSpaceSignature spaceOf(const QByteArray &profile)
         return cmsSigRgbData;
     const color::Profile opened = color::openProfile(profile);
     return opened ? cmsGetColorSpace(opened.get()) : cmsColorSpaceSignature(0);
-}
-
-/// A format for colours of an RGB profile (or of a grey one, with \a grey) that loses nothing of
-/// \a image.
-QImage::Format convertibleFormat(const Vellum &image, bool grey)
-{
-    const QImage::Format format = image.format();
-    const bool wide = hasWideChannels(image);
-    if (grey)
-        return wide ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8;
-    if (CVlLcmsManager::toLcmsFormat(format) != 0 && !isGrey(format))
-        return format;
-    if (image.hasAlphaChannel())
-        return wide ? QImage::Format_RGBA64 : QImage::Format_ARGB32;
-    return wide ? QImage::Format_RGBX64 : QImage::Format_RGB32;
 }
 
 /// Replaces \a image by what \a operation makes of it while it is watched.
@@ -112,8 +66,8 @@ ColorOutcome convertPalette(Vellum &image, JobProgress &progress, Convert conver
 ColorOutcome convertPixels(Vellum &image, const QByteArray &from, const QByteArray &to,
                            const ColorConversion &conversion, JobProgress &progress)
 {
-    const bool fromGrey = from.isEmpty() ? isGrey(image.format()) : spaceOf(from) == cmsSigGrayData;
-    if (fromGrey && !isGrey(image.format()))
+    const bool fromGrey = from.isEmpty() ? isGrayFormat(image.format()) : spaceOf(from) == cmsSigGrayData;
+    if (fromGrey && !isGrayFormat(image.format()))
         return ColorOutcome::Impossible;
     const QImage::Format format = convertibleFormat(image, fromGrey);
     const Vellum sample = converted(image.copy(0, 0, 1, 1), format);
@@ -127,19 +81,10 @@ ColorOutcome convertPixels(Vellum &image, const QByteArray &from, const QByteArr
 
 } // namespace
 
-QByteArray fileProfile(const Vellum &image)
-{
-    const QByteArray own = image.getIccProfile();
-    if (!own.isEmpty())
-        return isSrgb(QColorSpace::fromIccProfile(own)) ? QByteArray() : own;
-    const QColorSpace space = image.colorSpace();
-    return isSrgb(space) ? QByteArray() : space.iccProfile();
-}
-
 PixelColors claimColors(Vellum &image)
 {
-    const QByteArray profile = fileProfile(image);
-    if (profile.isEmpty() || image.isOrgFileCmyk())
+    const QByteArray profile = pixelProfile(image);
+    if (profile.isEmpty())
         return PixelColors::Srgb;
     image.setIccProfile(profile);
     return PixelColors::FileOwn;
@@ -154,7 +99,7 @@ ColorOutcome toSrgb(Vellum &image, const QByteArray &profile, JobProgress &progr
                                  [&](Vellum &row) { return toSrgb(row, profile, progress); });
     } else {
         outcome = convertPixels(image, profile, {}, {}, progress);
-        if (outcome == ColorOutcome::Done && isGrey(format) && !toFormat(image, format, progress))
+        if (outcome == ColorOutcome::Done && isGrayFormat(format) && !toFormat(image, format, progress))
             outcome = ColorOutcome::Failed;
     }
     if (outcome == ColorOutcome::Done) {

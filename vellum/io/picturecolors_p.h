@@ -10,10 +10,6 @@
 
 namespace vellum::io {
 
-/// The profile of the picture's file: the image's own, else the one that Qt's decoder found. Empty
-/// when there is none, or when it says no more than sRGB.
-[[nodiscard]] QByteArray fileProfile(const Vellum &image);
-
 /// Puts the profile of a picture that has just been decoded on it, wherever it was found.
 /// \return FileOwn when the pixels are colours of it; those of CMYK files are sRGB
 [[nodiscard]] PixelColors claimColors(Vellum &image);

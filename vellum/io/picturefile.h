@@ -2,6 +2,7 @@
 #pragma once
 
 #include <vellum/export.h>
+#include <vellum/io/handleroptions.h>
 #include <vellum/io/openimage.h>
 
 #include <QByteArray>
@@ -23,6 +24,13 @@ struct PictureInfo
     QImage::Format format = QImage::Format_Invalid; ///< as decoded; invalid if unknown
     QImageIOHandler::Transformations transformation; ///< that turns it upright
     int pages = 1; ///< in the file; 1 too where the decoder does not tell
+
+    /// \name Of files that the library's own plugins read, and HRLE
+    /// @{
+    StoredColors colors = StoredColors::AsDecoded;
+    QByteArray profile; ///< ICC, of the pixels as stored; empty if the file has none
+    QSize dotsPerMeter; ///< of the upright picture; empty if the file does not say
+    /// @}
 };
 
 /// Bytes that the pixels of a picture take, rows padded to a multiple of 4 bytes; 0 when \a size or

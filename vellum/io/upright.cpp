@@ -44,6 +44,7 @@ QSize uprightSize(const QSize &size, QImageIOHandler::Transformations steps)
 PictureInfo uprightInfo(PictureInfo info)
 {
     info.size = uprightSize(info.size, info.transformation);
+    info.dotsPerMeter = uprightSize(info.dotsPerMeter, info.transformation);
     return info;
 }
 
