@@ -3,7 +3,7 @@
 
 #include <vellum/color/convertcolors.h>
 #include <vellum/color/lcmsmanager.h>
-#include <vellum/color/pixelcolors.h>
+#include <vellum/color/pixelprofile.h>
 #include <vellum/color/presscolors.h>
 #include <vellum/color/profileinfo.h>
 #include <vellum/color/renderingintent.h>

@@ -13,6 +13,12 @@ namespace vellum::plugin {
 
 bool isCmykInput(unsigned int inputColors) { return T_COLORSPACE(inputColors) == PT_CMYK; }
 
+bool isProfileOf(const QByteArray &icc, const char *colorSpace)
+{
+    constexpr int kColorSpaceAt = 16; // in the header of an ICC profile
+    return icc.mid(kColorSpaceAt, 4) == colorSpace;
+}
+
 int inputPixelBytes(unsigned int inputColors)
 {
     const unsigned int bytes = T_BYTES(inputColors) == 0 ? 8 : T_BYTES(inputColors);

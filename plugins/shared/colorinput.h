@@ -10,6 +10,10 @@ namespace vellum::plugin {
 
 /// lcms2's code for CMYK pixels, of any depth and polarity.
 bool isCmykInput(unsigned int inputColors);
+
+/// Whether the header of \a icc names that colour space, such as "RGB " or "CMYK".
+bool isProfileOf(const QByteArray &icc, const char *colorSpace);
+
 int inputPixelBytes(unsigned int inputColors); ///< bytes of a pixel of an lcms2 code
 
 /// Converts rows to sRGB: CMYK through the file's profile, else through the library's CMYK

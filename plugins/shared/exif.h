@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QImageIOHandler>
+#include <QSize>
 
 namespace vellum::plugin {
 
@@ -24,11 +25,15 @@ struct ExifResolution
 /// The resolution that \a block states, with 0 where it does not.
 ExifResolution exifResolution(const QByteArray &block);
 
-/// \a block for pixels that are upright: its orientation, if it has one, is 1.
+/// \a block for a picture of \a size whose pixels are upright: its orientation, if it has one, is
+/// 1, and the size that it states, if it does, is \a size.
+///
+/// The preview in it goes, and its bytes become zeros, unless the picture is as it was by those
+/// two: a crop must not carry along what was cut off.
 ///
 /// Nothing else changes, not a byte: a block that is written anew loses what its writer does not
 /// know, and the notes of camera makers whose offsets count from the start of the block.
-QByteArray withoutExifOrientation(QByteArray block);
+QByteArray exifForUpright(QByteArray block, const QSize &size);
 
 /// The transformation for \a orientation, 1 to 8, as EXIF and TIFF count them; none for others.
 QImageIOHandler::Transformations transformationOf(int orientation);

@@ -33,6 +33,16 @@ StoredColors storedColors(unsigned int inputColors)
     return isCmykInput(inputColors) ? StoredColors::Cmyk : StoredColors::Lab;
 }
 
+Encoding encodingFor(const WriteSource &source, const Encoder &encoder)
+{
+    if (source.wantsCmyk() && encoder.takesCmyk())
+        return Encoding::Cmyk8;
+    const Encoding encoding =
+        encoder.encodingFor(source.naturalEncoding(encoder.takesTranslucentTables()));
+    const bool areGreysAsRgb = encoding == Encoding::Rgb8 && source.hasGreyTable();
+    return areGreysAsRgb ? encoder.encodingFor(Encoding::Gray8) : encoding;
+}
+
 QImage transformed(const QImage &image, Transformations how)
 {
     if (how == QImageIOHandler::TransformationRotate270)
@@ -169,9 +179,7 @@ bool ImageHandler::encode(const QImage &image, Encoder &encoder) const
     if (image.isNull()) // the memory for turning it was lacking, or a page has no pixels
         return false;
     WriteSource source(image);
-    const Encoding encoding = source.wantsCmyk() && encoder.takesCmyk()
-        ? Encoding::Cmyk8
-        : encoder.encodingFor(source.naturalEncoding(encoder.takesTranslucentTables()));
+    const Encoding encoding = encodingFor(source, encoder);
     if (!source.prepare(encoding, encoder.takesProfile())) {
         qCWarning(m_category, "there is no CMYK profile to write with");
         return false;

@@ -1,5 +1,6 @@
 #include "shared/source.h"
 
+#include "shared/colorinput.h"
 #include "shared/exif.h"
 #include "shared/parallel.h"
 #include "shared/pixelrows.h"
@@ -8,15 +9,11 @@
 
 #include <QColorSpace>
 
+#include <algorithm>
+
 namespace vellum::plugin {
 
 namespace {
-
-bool isProfileOf(const QByteArray &icc, const char *colorSpace)
-{
-    constexpr int kColorSpaceAt = 16; // in the header of an ICC profile
-    return icc.mid(kColorSpaceAt, 4) == colorSpace;
-}
 
 constexpr qint64 kBatchBytes = 1 << 20; // of rows that the caches hold until they are written
 constexpr int kPixelsPerTask = 1 << 15; // a millisecond of colour conversion
@@ -67,6 +64,14 @@ Encoding WriteSource::naturalEncoding(bool translucentTables) const
     }
 }
 
+bool WriteSource::hasGreyTable() const
+{
+    const QVector<QRgb> colors = m_image.colorTable();
+    return !colors.isEmpty() && std::all_of(colors.begin(), colors.end(), [](QRgb color) {
+        return qAlpha(color) == 255 && qIsGray(color);
+    });
+}
+
 bool WriteSource::prepare(Encoding encoding, bool withProfile)
 {
     if (encoding == Encoding::Cmyk8 && !m_vellum)
@@ -94,7 +99,8 @@ QByteArray WriteSource::profileFor(Encoding encoding) const
     const bool isIndexed = encoding == Encoding::Mono || encoding == Encoding::Indexed8;
     const bool fits =
         isProfileOf(icc, isGrey ? "GRAY" : "RGB ") || (isIndexed && isProfileOf(icc, "GRAY"));
-    return fits ? icc : QByteArray();
+    // A damaged one no reader could use, and libpng refuses it.
+    return fits && describeProfile(icc).isValid() ? icc : QByteArray();
 }
 
 const uchar *WriteSource::row(int y) { return nextRow(y, 1, image_constScanLine); }
@@ -171,7 +177,7 @@ Picture WriteSource::picture(const QString &description) const
     }
     const ExifData *const exif = m_vellum ? m_vellum->getExifData() : nullptr;
     if (exif && exif->data && exif->size > 0) {
-        picture.exif = withoutExifOrientation(exifBlock(QByteArray(exif->data, exif->size)));
+        picture.exif = exifForUpright(exifBlock(QByteArray(exif->data, exif->size)), picture.size);
     }
     return picture;
 }

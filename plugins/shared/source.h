@@ -30,6 +30,9 @@ public:
     /// \param translucentTables  whether colour tables may have translucent colours
     Encoding naturalEncoding(bool translucentTables) const;
 
+    /// Whether the image has a colour table, of opaque greys only.
+    bool hasGreyTable() const;
+
     /// Whether the image is being saved as CMYK.
     bool wantsCmyk() const;
 

@@ -95,8 +95,10 @@ void ReadTarget::describe(const Picture &picture)
     }
     const bool fromCmyk = isCmykInput(picture.inputColors);
     m_vellum->setColorSpace(QColorSpace());
-    // That of a CMYK file stays on the image, for whoever wants to know where it came from.
-    m_vellum->setIccProfile(areConverted && !fromCmyk ? QByteArray() : picture.icc);
+    // That of a CMYK file stays on the image, for whoever wants to know where it came from. One of
+    // another colour space would claim pixels that it was not used for.
+    const bool keepsProfile = !areConverted || (fromCmyk && isProfileOf(picture.icc, "CMYK"));
+    m_vellum->setIccProfile(keepsProfile ? picture.icc : QByteArray());
     m_vellum->setOrgFileCmyk(fromCmyk);
     replaceExif(picture.exif);
 }

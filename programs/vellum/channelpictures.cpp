@@ -60,7 +60,7 @@ QVector<Channel> colorChannels(const Vellum &picture)
 {
     const int bits = hasWideChannels(picture.format()) ? 16 : 8;
     QVector<Channel> channels;
-    if (isGreyByFormat(picture)) {
+    if (hasOnlyGrey(picture)) {
         channels.append({QStringLiteral("Grey"), bits, false, 0});
     } else {
         channels.append({QStringLiteral("Red"), bits, false, 0});

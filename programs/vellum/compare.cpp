@@ -63,7 +63,7 @@ ComparedFile readPicture(const std::string &name, const Options &options, Progre
 void checkProfile(const ComparedFile &picture)
 {
     const bool fits = LabColors(picture.profile).isValid() &&
-        formatToConvert(picture.pixels, picture.profile) != QImage::Format_Invalid;
+        formatForProfile(picture.pixels, picture.profile) != QImage::Format_Invalid;
     if (!fits) {
         throw Failure(InputError, picture.file,
                       QStringLiteral("its colour profile is damaged or does not fit its pixels; "

@@ -24,7 +24,7 @@ struct ChannelName
 std::vector<ChannelName> channelsOf(const ComparedFile &a, const ComparedFile &b)
 {
     std::vector<ChannelName> channels;
-    if (isGreyByFormat(a.pixels) && isGreyByFormat(b.pixels))
+    if (hasOnlyGrey(a.pixels) && hasOnlyGrey(b.pixels))
         channels = {{0, "grey"}};
     else
         channels = {{0, "red"}, {1, "green"}, {2, "blue"}};

@@ -29,8 +29,7 @@ constexpr qint64 kProgramBytes = qint64(64) << 20;
 
 struct Facts
 {
-    PictureHeader header;
-    PictureInfo stored;
+    PictureInfo picture;
     qint64 fileBytes = 0;
     qint64 pixelBytes = 0;
     Storage storage = Storage::Plain;
@@ -40,34 +39,44 @@ Facts factsAbout(const QString &fileName)
 {
     PictureReader reader(fileName);
     Facts facts;
-    facts.header = reader.header();
-    facts.stored = reader.info();
-    PictureHeader &header = facts.header;
-    if (header.size.isEmpty() || header.format == QImage::Format_Invalid) {
+    facts.picture = reader.info();
+    PictureInfo &picture = facts.picture;
+    if (picture.size.isEmpty() || picture.format == QImage::Format_Invalid) {
         // Some kinds only tell what they are when they are decoded.
         Progress silent(Progress::Mode::None, fileName);
-        const Vellum picture = reader.read(silent);
-        header.size = picture.size();
-        header.format = picture.format();
+        const Vellum decoded = reader.read(silent);
+        picture.size = decoded.size();
+        picture.format = decoded.format();
     }
     facts.fileBytes = QFileInfo(fileName).size();
-    facts.pixelBytes = pixelBytes(header.size, header.format);
+    facts.pixelBytes = pixelBytes(picture.size, picture.format);
     facts.storage = chooseStorage(Storage::Auto, facts.pixelBytes);
     return facts;
 }
 
-/// What most conversions take: large pictures are not held, of others there may be a copy.
-qint64 bytesToConvert(qint64 pixelBytes)
+/// True of kinds whose rows come from the top as every kind of file takes them, interlaced pictures
+/// apart.
+bool canStream(const PictureInfo &picture)
 {
-    return kProgramBytes + (pixelBytes >= kStreamedFrom ? 0 : 2 * pixelBytes);
+    return picture.colors != StoredColors::Unknown && picture.kind != "bmp" &&
+        picture.kind != "hrle";
+}
+
+/// What most conversions take: large pictures are not held, of others there may be a copy.
+qint64 bytesToConvert(const PictureInfo &picture, qint64 pixelBytes)
+{
+    const bool isHeld = pixelBytes < kStreamedFrom || !canStream(picture);
+    return kProgramBytes + (isHeld ? 2 * pixelBytes : 0);
 }
 
 qint64 bytesToRotate(qint64 pixelBytes) { return kProgramBytes + 2 * pixelBytes; }
 
-/// Short, as for scripts; \a info's where they are not those of \a format.
-QString colorsName(const PictureInfo &info, QImage::Format format)
+/// The kind of colours as stored, in a word or two; empty when it is not known.
+QString colorsName(const PictureInfo &picture)
 {
-    switch (info.colors) {
+    switch (picture.colors) {
+    case StoredColors::Unknown:
+        return {};
     case StoredColors::Cmyk:
         return QStringLiteral("CMYK");
     case StoredColors::Lab:
@@ -75,9 +84,10 @@ QString colorsName(const PictureInfo &info, QImage::Format format)
     case StoredColors::AsDecoded:
         break;
     }
-    switch (format) {
+    switch (picture.format) {
     case QImage::Format_Mono:
     case QImage::Format_MonoLSB:
+        return QStringLiteral("bilevel");
     case QImage::Format_Indexed8:
         return QStringLiteral("indexed");
     case QImage::Format_Grayscale8:
@@ -90,85 +100,105 @@ QString colorsName(const PictureInfo &info, QImage::Format format)
     }
 }
 
-/// How a profile calls itself; nothing for none.
-QString profileName(const QByteArray &icc)
+QString profileText(const QByteArray &icc)
 {
     if (icc.isEmpty())
-        return {};
+        return QStringLiteral("none");
     const ProfileInfo profile = describeProfile(icc);
     if (!profile.isValid())
-        return QStringLiteral("damaged (%1)").arg(profile.problem);
-    return profile.description.isEmpty() ? QStringLiteral("without a name") : profile.description;
+        return QStringLiteral("damaged, ") + profile.problem;
+    return profile.description.isEmpty() ? QStringLiteral("has no name") : profile.description;
+}
+
+QString colorsText(const PictureInfo &picture)
+{
+    const QString name = colorsName(picture);
+    return name.isEmpty() ? QStringLiteral("not known")
+                          : name + QStringLiteral(", profile: ") + profileText(picture.profile);
 }
 
 double dotsPerInch(int dotsPerMetre) { return qRound(dotsPerMetre * 0.254) / 10.0; }
 
+void insertColors(QJsonObject &object, const PictureInfo &picture)
+{
+    if (picture.colors == StoredColors::Unknown)
+        return;
+    object.insert(QStringLiteral("colors"), colorsName(picture));
+    if (picture.profile.isEmpty())
+        return;
+    const ProfileInfo profile = describeProfile(picture.profile);
+    object.insert(QStringLiteral("profile"), profile.description);
+    if (!profile.isValid())
+        object.insert(QStringLiteral("profileProblem"), profile.problem);
+}
+
 QJsonObject toJson(const QString &fileName, const Facts &facts)
 {
+    const PictureInfo &picture = facts.picture;
     QJsonObject object {
         {QStringLiteral("file"), fileName},
-        {QStringLiteral("kind"), facts.header.kind},
-        {QStringLiteral("width"), facts.header.size.width()},
-        {QStringLiteral("height"), facts.header.size.height()},
-        {QStringLiteral("format"), formatName(facts.header.format)},
-        {QStringLiteral("depth"), formatDepth(facts.header.format)},
+        {QStringLiteral("kind"), QString::fromLatin1(picture.kind)},
+        {QStringLiteral("pages"), picture.pages},
+        {QStringLiteral("width"), picture.size.width()},
+        {QStringLiteral("height"), picture.size.height()},
+        {QStringLiteral("format"), formatName(picture.format)},
+        {QStringLiteral("depth"), formatDepth(picture.format)},
         {QStringLiteral("fileBytes"), facts.fileBytes},
         {QStringLiteral("memoryBytes"), facts.pixelBytes},
         {QStringLiteral("storage"), QString::fromLatin1(storageName(facts.storage))},
-        {QStringLiteral("bytesToConvert"), bytesToConvert(facts.pixelBytes)},
+        {QStringLiteral("bytesToConvert"), bytesToConvert(picture, facts.pixelBytes)},
         {QStringLiteral("bytesToRotate"), bytesToRotate(facts.pixelBytes)},
-        {QStringLiteral("colors"), colorsName(facts.stored, facts.header.format)},
-        {QStringLiteral("pages"), facts.stored.pages},
     };
-    if (!facts.stored.profile.isEmpty())
-        object.insert(QStringLiteral("profile"), profileName(facts.stored.profile));
-    if (!facts.stored.dotsPerMeter.isEmpty()) {
-        object.insert(QStringLiteral("dotsPerMeterX"), facts.stored.dotsPerMeter.width());
-        object.insert(QStringLiteral("dotsPerMeterY"), facts.stored.dotsPerMeter.height());
+    insertColors(object, picture);
+    if (!picture.dotsPerMeter.isEmpty()) {
+        object.insert(QStringLiteral("dotsPerMeterX"), picture.dotsPerMeter.width());
+        object.insert(QStringLiteral("dotsPerMeterY"), picture.dotsPerMeter.height());
     }
     return object;
 }
 
+QString resolutionText(const QSize &dotsPerMeter)
+{
+    if (dotsPerMeter.isEmpty())
+        return QStringLiteral("not stated");
+    return QStringLiteral("%1 x %2 dpi (%3 x %4 pixels per metre)")
+        .arg(dotsPerInch(dotsPerMeter.width()))
+        .arg(dotsPerInch(dotsPerMeter.height()))
+        .arg(dotsPerMeter.width())
+        .arg(dotsPerMeter.height());
+}
+
 QString toText(const QString &fileName, const Facts &facts)
 {
+    const PictureInfo &picture = facts.picture;
     const QLocale c = QLocale::c();
-    const auto bytes = [&](qint64 count) {
-        return QStringLiteral("%1 (%2 bytes)").arg(c.formattedDataSize(count, 1)).arg(count);
+    const auto about = [&](qint64 count) { return c.formattedDataSize(count, 1); };
+    const auto exact = [&](qint64 count) {
+        return QStringLiteral("%1 (%2 bytes)").arg(about(count)).arg(count);
     };
-    const QSize &resolution = facts.stored.dotsPerMeter;
-    const QString dpi = resolution.isEmpty()
-        ? QStringLiteral("not stated")
-        : QStringLiteral("%1 x %2 dpi (%3 x %4 pixels per metre)")
-              .arg(dotsPerInch(resolution.width()))
-              .arg(dotsPerInch(resolution.height()))
-              .arg(resolution.width())
-              .arg(resolution.height());
-    const QString profile = profileName(facts.stored.profile);
-    const QString pages = facts.stored.pages > 1
-        ? QStringLiteral("  pages       %1; this is the first\n").arg(facts.stored.pages)
-        : QString();
-    return QStringLiteral("%1\n"
-                          "  kind        %2, %3\n")
-               .arg(fileName, facts.header.kind, bytes(facts.fileBytes)) +
-        pages +
-        QStringLiteral("  size        %1 x %2 pixels\n"
-                       "  colours     %3, profile: %4\n"
-                       "  format      %5\n"
-                       "  depth       %6 bits per pixel\n"
-                       "  resolution  %7\n")
-            .arg(facts.header.size.width())
-            .arg(facts.header.size.height())
-            .arg(colorsName(facts.stored, facts.header.format),
-                 profile.isEmpty() ? QStringLiteral("none") : profile,
-                 formatName(facts.header.format))
-            .arg(formatDepth(facts.header.format))
-            .arg(dpi) +
-        QStringLiteral("  memory      %1\n"
-                       "  storage     %2\n"
-                       "  needs       up to %3 to convert, %4 to rotate\n")
-            .arg(bytes(facts.pixelBytes), QLatin1String(storageName(facts.storage)),
-                 c.formattedDataSize(bytesToConvert(facts.pixelBytes), 1),
-                 c.formattedDataSize(bytesToRotate(facts.pixelBytes), 1));
+    const auto line = [](const char *label, const QString &value) {
+        return QLatin1String("  ") + QString::fromLatin1(label).leftJustified(12) + value +
+            QLatin1Char('\n');
+    };
+    QString text = fileName + QLatin1Char('\n') +
+        line("kind",
+             QString::fromLatin1(picture.kind) + QLatin1String(", ") + exact(facts.fileBytes));
+    if (picture.pages > 1)
+        text += line("pages", QStringLiteral("%1, the first of which is").arg(picture.pages));
+    return text +
+        line("size",
+             QStringLiteral("%1 x %2 pixels")
+                 .arg(picture.size.width())
+                 .arg(picture.size.height())) +
+        line("colours", colorsText(picture)) + line("format", formatName(picture.format)) +
+        line("depth", QStringLiteral("%1 bits per pixel").arg(formatDepth(picture.format))) +
+        line("resolution", resolutionText(picture.dotsPerMeter)) +
+        line("memory", exact(facts.pixelBytes)) +
+        line("storage", QLatin1String(storageName(facts.storage))) +
+        line("needs",
+             QStringLiteral("up to %1 to convert, %2 to rotate")
+                 .arg(about(bytesToConvert(picture, facts.pixelBytes)),
+                      about(bytesToRotate(facts.pixelBytes))));
 }
 
 int run(const Options &options)

@@ -55,7 +55,7 @@ std::optional<InkReport> inkReport(const Vellum &picture, const QByteArray &sour
                                    const QByteArray &press, const ColorConversion &conversion,
                                    const ProgressGuard::Report &report)
 {
-    const QImage::Format format = formatToConvert(picture, source);
+    const QImage::Format format = formatForProfile(picture, source);
     if (picture.isNull() || format == QImage::Format_Invalid || !isCmykProfile(press))
         return std::nullopt;
     InkTally tally;

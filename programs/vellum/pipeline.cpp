@@ -36,6 +36,12 @@ Vellum Pipeline::read(const ReadWishes &wishes)
     Vellum picture = m_reader.read(m_progress, completed(wishes));
     m_isWhole = m_reader.damage().isEmpty();
     tell(m_job.input, "read", picture);
+    const int channels = m_reader.channelsLeftOut();
+    if (channels > 0 && m_kind.startsWith("tif")) { // no other kind could have kept them
+        printNotice(QStringLiteral("%1: its extra channels, %2, are left out; see vellum channels")
+                        .arg(m_job.input)
+                        .arg(channels));
+    }
     return picture;
 }
 

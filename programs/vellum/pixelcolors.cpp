@@ -21,7 +21,7 @@ bool isCmykProfile(const QByteArray &profile)
     return describeProfile(profile).colorSpace == QLatin1String("CMYK");
 }
 
-bool isGreyByFormat(const Vellum &picture)
+bool hasOnlyGrey(const Vellum &picture)
 {
     if (isGrayFormat(picture.format()))
         return true;
@@ -31,14 +31,14 @@ bool isGreyByFormat(const Vellum &picture)
     });
 }
 
-QImage::Format formatToConvert(const Vellum &picture, const QByteArray &profile)
+QImage::Format formatForProfile(const Vellum &picture, const QByteArray &profile)
 {
     const QString grey = QStringLiteral("Gray");
     const QString rgb = QStringLiteral("RGB");
     const QString space = !profile.isEmpty() ? describeProfile(profile).colorSpace
         : isGrayFormat(picture.format())     ? grey
                                              : rgb;
-    const bool isGrey = space == grey && isGreyByFormat(picture);
+    const bool isGrey = space == grey && hasOnlyGrey(picture);
     return isGrey || space == rgb ? convertibleFormat(picture, isGrey) : QImage::Format_Invalid;
 }
 

@@ -1,4 +1,4 @@
-// What colours the pixels of a picture are, as PictureReader delivers them.
+// Comparing and converting the colours of pictures.
 #pragma once
 
 #include <vellum/vellum.h>
@@ -15,11 +15,11 @@ bool meanSameColors(const QByteArray &a, const QByteArray &b);
 bool isCmykProfile(const QByteArray &profile);
 
 /// True when \a picture has shades of grey only, by its format or by its palette.
-bool isGreyByFormat(const Vellum &picture);
+bool hasOnlyGrey(const Vellum &picture);
 
 /// A format that convertColors() takes and that loses nothing of \a picture, whose pixels are
 /// colours of \a profile; Format_Invalid when it is damaged or not of RGB, or of grey as they are.
-QImage::Format formatToConvert(const Vellum &picture, const QByteArray &profile);
+QImage::Format formatForProfile(const Vellum &picture, const QByteArray &profile);
 
 /// convertColors() of \a image, asking \a goOn meanwhile.
 Vellum convertedColors(Vellum image, const QByteArray &source, const QByteArray &destination,

@@ -62,7 +62,7 @@ Vellum toProfile(const Vellum &picture, const QString &fileName, const QByteArra
 {
     // The pixels of a CMYK file are sRGB by now.
     const QByteArray from = picture.isOrgFileCmyk() ? QByteArray() : embeddedProfile(picture);
-    const QImage::Format format = formatToConvert(picture, from);
+    const QImage::Format format = formatForProfile(picture, from);
     if (format == QImage::Format_Invalid)
         throw Failure(InputError, fileName, QString::fromLatin1(kImpossible));
     const Storage storage = picture.isBigImage() ? Storage::Big : Storage::Plain;

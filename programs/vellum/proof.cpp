@@ -65,7 +65,7 @@ Vellum proofed(const Vellum &picture, const QByteArray &source, const QByteArray
                const ColorConversion &toPress, ProofWhite white, vellum::Storage storage,
                const ProgressGuard::Report &report)
 {
-    const QImage::Format format = formatToConvert(picture, source);
+    const QImage::Format format = formatForProfile(picture, source);
     if (picture.isNull() || format == QImage::Format_Invalid || !isCmykProfile(press))
         return {};
     Vellum result = makeResult(picture, storage);

@@ -5,6 +5,8 @@
 #include "outputfile.h"
 #include "progress.h"
 
+#include <utility>
+
 namespace vellum::tool {
 
 namespace {
@@ -71,6 +73,9 @@ Vellum PictureReader::read(Progress &progress, const ReadWishes &wishes)
     Vellum picture;
     readPage(0, picture, progress, wishes);
     m_exif = takeExif(picture);
+    int bits = 0;
+    int stride = 0;
+    static_cast<void>(std::as_const(picture).channelsData(m_channelsLeftOut, bits, stride));
     picture.freeChannelsData();
     return picture;
 }

@@ -89,6 +89,9 @@ public:
     /// The EXIF block of the picture that was read; empty when it has none.
     const QByteArray &exif() const { return m_exif; }
 
+    /// How many extra channels read() left out of the picture.
+    int channelsLeftOut() const { return m_channelsLeftOut; }
+
 private:
     void tellRows(int rowsRead, int height);
     [[noreturn]] void fail(FileStatus status, const QString &reason) const;
@@ -97,6 +100,7 @@ private:
     std::optional<PictureFile> m_file; // from the constructor on
     PictureHeader m_header;
     QByteArray m_exif;
+    int m_channelsLeftOut = 0;
     QString m_damage;
 };
 

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <support/childprocess.h>
@@ -157,6 +158,58 @@ TEST(Startup, TheFileCountsAsTheFirstImageFoundIt)
         const MessageLog log;
         EXPECT_TRUE(hasCmyk());
         EXPECT_TRUE(log.messages().isEmpty());
+    });
+}
+
+TEST(Startup, AFileThatWasOfNoUseIsReadAgain)
+{
+    const QByteArray whole = readFile(profileFile(QStringLiteral("cmyk.icm")));
+    QByteArray damaged = whole; // from behind the list of tags on
+    std::fill(damaged.begin() + 600, damaged.end(), char(0x5a));
+    const QByteArray files[] = {whole.left(200), whole.left(3000), whole.left(whole.size() / 2),
+                                whole.left(whole.size() - 1), damaged};
+    for (const QByteArray &first : files) {
+        inFreshProcess([&] {
+            const QTemporaryDir folder;
+            setIccProfilePath(folder.path() + QLatin1Char('/'));
+            const QString path = folder.filePath(QStringLiteral("share/color/icc/cmyk.icm"));
+            ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
+            const auto write = [&](const QByteArray &bytes) {
+                QFile file(path);
+                return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+            };
+            ASSERT_TRUE(write(first));
+            for (int i = 0; i < 3; ++i) {
+                const Vellum image;
+                uchar bgr[3] = {40, 90, 200};
+                uchar cmyk[4] = {};
+                Vellum::BgrToCmyk(cmyk, bgr, 1); // as far as it can
+                Vellum::CmykToBgr(bgr, cmyk, 1);
+            }
+
+            ASSERT_TRUE(write(whole));
+            {
+                const Vellum image;
+            }
+            EXPECT_TRUE(hasCmyk()) << first.size();
+        });
+    }
+}
+
+TEST(Startup, AFileWithoutAnEndIsNotRead)
+{
+    if (!QFile::exists(QStringLiteral("/dev/zero")))
+        GTEST_SKIP() << "there is no such file";
+    inFreshProcess([] {
+        const QTemporaryDir folder;
+        setIccProfilePath(folder.path() + QLatin1Char('/'));
+        ASSERT_TRUE(QDir().mkpath(folder.filePath(QStringLiteral("share/color/icc"))));
+        ASSERT_TRUE(QFile::link(QStringLiteral("/dev/zero"),
+                                folder.filePath(QStringLiteral("share/color/icc/cmyk.icm"))));
+        const MessageLog log;
+        const Vellum image;
+        EXPECT_FALSE(hasCmyk());
+        EXPECT_EQ(log.messages().size(), 2);
     });
 }
 

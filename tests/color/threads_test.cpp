@@ -88,6 +88,25 @@ TEST(Threads, SeeOneAndTheSameTransform)
     });
 }
 
+TEST(Threads, MakeTheTransformsAtTheSameTime)
+{
+    inFreshProcess([] {
+        const Vellum image;
+        uchar there[kThreads][4];
+        uchar back[kThreads][3];
+        together([&](int t) {
+            uchar bgr[3] = {20, 130, 240};
+            Vellum::BgrToCmyk(there[t], bgr, 1);
+            Vellum::CmykToBgr(back[t], there[t], 1);
+        });
+        for (int t = 1; t < kThreads; ++t) {
+            EXPECT_TRUE(std::equal(there[0], there[0] + 4, there[t])) << t;
+            EXPECT_TRUE(std::equal(back[0], back[0] + 3, back[t])) << t;
+        }
+        EXPECT_NE(there[0][0] | there[0][1] | there[0][2], 0);
+    });
+}
+
 TEST(Threads, TryTheMissingFileAndChangeTheFolder)
 {
     inFreshProcess([] {

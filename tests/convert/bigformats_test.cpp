@@ -81,6 +81,17 @@ TEST_P(BigFormats, ConvertToEveryFormatWhenPlain)
     }
 }
 
+TEST_P(BigFormats, ConvertPartsOfLargerPicturesWhenPlain)
+{
+    const Vellum image = makeNoise(7, 11, GetParam(), Storage::Plain, 1, 200);
+    const QImage alone = toPlain(image);
+    for (const QImage::Format to : allFormats()) {
+        const Vellum result = image.convertToFormat(to, Qt::ThresholdDither);
+        EXPECT_TRUE(samePixels(result, alone.convertToFormat(to, Qt::ThresholdDither)))
+            << "to format " << to;
+    }
+}
+
 TEST_P(BigFormats, GiveNullForWhatIsNoFormat)
 {
     for (const Storage storage : kStorages) {
@@ -230,6 +241,15 @@ TEST(BigIndexed, IndicesBeyondTheTableAreBlackAndTransparentWhereThereIsAlpha)
     EXPECT_EQ(image.convertToFormat(kGrayscale8).scanLineEx(0)[0], 0);
     EXPECT_EQ(image.convertToFormat(kAlpha8).scanLineEx(0)[0], 0);
     EXPECT_EQ(image.convertToFormat(kMono).scanLineEx(0)[0], 0xff);
+}
+
+TEST(BigIndexed, ColorsOfAnImageWithoutAlphaAreTakenAsTheyAre)
+{
+    Vellum image = makeBeyondTable({0xffffffff});
+    image.setColorCount(20); // adds zeros, which do not make it translucent
+    ASSERT_FALSE(image.hasAlphaChannel());
+    for (const QImage::Format to : {kRGB32, kARGB32, kARGB32PM})
+        EXPECT_EQ(firstPixel(image.convertToFormat(to)), 0U);
 }
 
 TEST(BigIndexed, AnEmptyTableIsTheGreyRampIn32Bits)

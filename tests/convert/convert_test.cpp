@@ -145,6 +145,11 @@ TEST(OverBackground, RefusesOtherFormatsAndBigImages)
     }
     EXPECT_FALSE(convertARGB32ToRGB32(result, QImage(), 0));
     EXPECT_EQ(result, untouched);
+
+    Vellum big = makeNoise(4, 4, QImage::Format_ARGB32, Storage::Big);
+    const QImage before = toPlain(big);
+    EXPECT_FALSE(convertARGB32ToRGB32(big, QImage(4, 4, QImage::Format_ARGB32), 0));
+    EXPECT_TRUE(samePixels(big, before));
 }
 
 TEST(OverBackground, MayReplaceItsSource)

@@ -22,7 +22,7 @@ Vellum makeSource(QImage::Format format, Storage storage, int w, int h, int extr
     return image;
 }
 
-constexpr int kModes[] = {0x00, 0x10, 0x20, 0x30, 0x40, 0x48, 0x54, 0x64, 0x88};
+constexpr int kModes[] = {0x00, 0x10, 0x20, 0x30, 0x40, 0x48, 0x54, 0x64, 0x88, 0xc0, 0xe8};
 
 class Converted : public testing::TestWithParam<std::tuple<QImage::Format, Storage>>
 {
@@ -59,7 +59,7 @@ TEST_P(Converted, EqualsQImageAcrossManyStrips)
     const Vellum image = makeSource(from, storage, 2501, 100);
     const QImage plain = toPlain(image);
     for (const QImage::Format to : allFormats()) {
-        for (const int mode : {0x00, 0x54}) {
+        for (const int mode : {0x00, 0x54, 0xc0}) {
             const QImage expected = plain.convertToFormat(to, QFlag(mode));
             ASSERT_TRUE(samePixels(vellum::converted(image, to, QFlag(mode)), expected))
                 << "to format " << to << ", flags 0x" << std::hex << mode;

@@ -189,7 +189,10 @@ TEST_F(JpegInks, ProfileOfAnotherColourSpaceIsIgnored)
     JpegKind kind = inksKind(JCS_CMYK, -1);
     kind.icc = matrixProfile();
     const QByteArray file = makeJpeg(photoSamples(50, 40, 4), kind);
-    EXPECT_TRUE(showsSamples(readFresh(file, Storage::Plain), expectedOf(file)));
+    Vellum image = readFresh(file, Storage::Plain);
+    EXPECT_TRUE(showsSamples(image, expectedOf(file)));
+    EXPECT_EQ(image.getIccProfile(), QByteArray()) << "the pixels are no colours of it";
+    EXPECT_TRUE(image.isOrgFileCmyk());
 }
 
 /// The sRGB samples of the CMYK file \a path, decoded by one program and converted by lcms2's own.

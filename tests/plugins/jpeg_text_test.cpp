@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <support/jpegfile.h>
 #include <support/profiles.h>
@@ -138,6 +139,53 @@ TEST_F(JpegText, ExifBlockIsKeptToTheByteButForTheOrientation)
         ASSERT_EQ(markers.size(), 1U);
         EXPECT_EQ(markers[0], exifMarker(exifBlock(1, bigEndian)));
     }
+}
+
+/// An EXIF block that states a size of \a width x \a height and holds a preview, \a linked or not,
+/// of the bytes \a preview.
+QByteArray exifWithPreview(int width, int height, const QByteArray &preview, bool linked = true)
+{
+    QByteArray block("II*\0\x08\0\0\0", 8);
+    const auto number = [&](quint32 value, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            block.append(char(value >> 8 * i));
+    };
+    const auto entry = [&](quint32 field, int value) { // of 32 bits
+        number(field, 2);
+        number(4, 2);
+        number(1, 4);
+        number(quint32(value), 4);
+    };
+    number(1, 2);
+    entry(0x8769, 26); // the directory with the size
+    number(linked ? 56 : 0, 4); // that of the preview
+    number(2, 2);
+    entry(0xa002, width);
+    entry(0xa003, height);
+    number(0, 4);
+    number(2, 2);
+    entry(0x0201, 86);
+    entry(0x0202, preview.size());
+    number(0, 4);
+    return block + preview;
+}
+
+TEST_F(JpegText, PreviewIsThatOfThePictureOrNone)
+{
+    const QByteArray preview = "a small picture of all";
+    JpegKind kind;
+    kind.markers = {exifMarker(exifWithPreview(48, 32, preview))};
+    const Vellum whole = readFresh(makeJpeg(m_photo, kind), Storage::Plain);
+    EXPECT_EQ(decodeJpeg(written(whole)).markers[0], kind.markers[0]);
+
+    Vellum part = whole.copy(3, 4, 20, 10);
+    const QByteArray exif = exifWithPreview(48, 32, preview);
+    auto *const record = static_cast<char *>(std::malloc(size_t(exif.size())));
+    std::memcpy(record, exif.constData(), size_t(exif.size()));
+    part.setExifData(record, exif.size());
+    EXPECT_EQ(decodeJpeg(written(part)).markers[0],
+              exifMarker(exifWithPreview(20, 10, QByteArray(preview.size(), '\0'), false)));
+    part.setExifData(nullptr, 0);
 }
 
 TEST_F(JpegText, WhatWasWrittenIsWhatExiftoolFinds)

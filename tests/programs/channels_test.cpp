@@ -53,6 +53,19 @@ QJsonObject jsonOf(const QStringList &arguments)
 
 } // namespace
 
+TEST(Channels, AreLeftOutByOtherCommandsWhichSaySo)
+{
+    const Folder folder;
+    const QString file = writeSpots(folder, "a.tif", 8, "Gold\nVarnish");
+
+    const ToolResult result = runTool({"convert", file, folder.path("b.tif")});
+
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(result.err.contains("its extra channels, 2, are left out"))
+        << result.err.constData();
+    EXPECT_TRUE(succeeds({"convert", file, folder.path("b.jpg")}));
+}
+
 TEST(Channels, BecomePicturesOfTheirNameAndDepth)
 {
     for (const int bits : {8, 16}) {

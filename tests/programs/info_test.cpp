@@ -3,6 +3,7 @@
 #include "tool.h"
 #include <vellum/vellum.h>
 
+#include <QColorSpace>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -30,6 +31,15 @@ QByteArray turnedJpeg(const QImage &image)
                                "\x12\x01\x03\0\x01\0\0\0\x06\0\0\0"
                                "\0\0\0\0"; // no further list
     return encoded(image, "jpg").insert(2, exif, int(sizeof exif) - 1);
+}
+
+QByteArray profileNamed(const char *name)
+{
+    const OwnedProfile profile = openBytes(matrixProfile());
+    const std::unique_ptr<cmsMLU, void (*)(cmsMLU *)> text(cmsMLUalloc(nullptr, 1), cmsMLUfree);
+    cmsMLUsetASCII(text.get(), "en", "US", name);
+    cmsWriteTag(profile.get(), cmsSigProfileDescriptionTag, text.get());
+    return bytesOf(profile);
 }
 
 } // namespace
@@ -142,20 +152,60 @@ TEST(Info, TellsTheInksOfAPictureForThePress)
 TEST(Info, TellsColoursOfEachKindOfPixels)
 {
     const Folder folder;
+    QImage bilevel(9, 9, QImage::Format_Mono);
+    bilevel.fill(1);
     QImage indexed(9, 9, QImage::Format_Indexed8);
     indexed.setColorTable({qRgb(255, 0, 0), qRgb(0, 0, 255)});
     indexed.fill(1);
     const QString files[] = {folder.write("rgb.png", encoded(photoLike(9, 9), "png")),
                              folder.write("grey.png", encoded(maskLike(9, 9), "png")),
-                             folder.write("indexed.png", encoded(indexed, "png"))};
+                             folder.write("indexed.png", encoded(indexed, "png")),
+                             folder.write("bilevel.pbm", encoded(bilevel, "pbm"))};
 
-    const QJsonArray infos = infoOf({files[0], files[1], files[2]});
+    const QJsonArray infos = infoOf({files[0], files[1], files[2], files[3]});
 
     EXPECT_EQ(infos.at(0).toObject()["colors"], "RGB");
     EXPECT_EQ(infos.at(1).toObject()["colors"], "grey");
     EXPECT_EQ(infos.at(2).toObject()["colors"], "indexed");
+    EXPECT_EQ(infos.at(3).toObject()["colors"], "bilevel");
     EXPECT_FALSE(infos.at(0).toObject().contains("profile"));
     EXPECT_TRUE(runTool({"info", files[0]}).out.contains("RGB, profile: none"));
+}
+
+TEST(Info, DoesNotKnowWhatQtsDecodersDoNotTell)
+{
+    const Folder folder;
+    const QByteArray gif = QByteArray::fromHex("47494638376101000100800000ff000000ff002c00000000"
+                                               "010001000002024401003b"); // one red pixel
+    const QString file = folder.write("a.gif", gif);
+
+    EXPECT_FALSE(infoOf({file}).at(0).toObject().contains("colors"));
+    EXPECT_TRUE(runTool({"info", file}).out.contains("colours     not known"));
+}
+
+TEST(Info, TakesTheNameOfAProfileAsItIs)
+{
+    const Folder folder;
+    QImage image = photoLike(9, 9);
+    image.setColorSpace(QColorSpace::fromIccProfile(profileNamed("Ink 80%1 and %6")));
+    const QString file = folder.write("a.png", encoded(image, "png"));
+
+    EXPECT_EQ(infoOf({file}).at(0).toObject()["profile"], "Ink 80%1 and %6");
+    EXPECT_TRUE(runTool({"info", file}).out.contains("profile: Ink 80%1 and %6\n"));
+}
+
+TEST(Info, TurnsTheResolutionWithThePicture)
+{
+    const Folder folder;
+    QImage image = photoLike(67, 41);
+    image.setDotsPerMeterX(11811);
+    image.setDotsPerMeterY(5906);
+    const QString file = folder.write("a.jpg", turnedJpeg(image));
+
+    const QJsonObject info = infoOf({file}).at(0).toObject();
+
+    EXPECT_EQ(info["dotsPerMeterX"], 5906);
+    EXPECT_EQ(info["dotsPerMeterY"], 11811);
 }
 
 TEST(Info, CountsPages)
@@ -166,7 +216,7 @@ TEST(Info, CountsPages)
     ASSERT_TRUE(succeeds({"pages", "join", page, page, file}));
 
     EXPECT_EQ(infoOf({file}).at(0).toObject()["pages"], 2);
-    EXPECT_TRUE(runTool({"info", file}).out.contains("pages       2"));
+    EXPECT_TRUE(runTool({"info", file}).out.contains("pages       2,"));
 }
 
 TEST(Info, ResolutionThatAFileDoesNotStateIsLeftOut)

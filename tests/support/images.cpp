@@ -70,10 +70,22 @@ Vellum makeUntouchable(int w, int h, QImage::Format format)
         [](void *untouchable) { delete static_cast<Untouchable *>(untouchable); }, base);
 }
 
+/// A plain image whose rows are at least \a extra bytes further apart than they need to be, as in
+/// a part of a larger picture.
+Vellum makeSpaced(int w, int h, QImage::Format format, int extra)
+{
+    const qint64 stride = nominalStride(w, format) + (extra + 7) / 8 * 8;
+    auto *const pixels = new std::vector<uchar>(size_t(stride * h), 0xa5);
+    const QImage image(
+        pixels->data(), w, h, int(stride), format,
+        [](void *owned) { delete static_cast<std::vector<uchar> *>(owned); }, pixels);
+    return Vellum(image);
+}
+
 Vellum makeImage(int w, int h, QImage::Format format, Storage storage, int extraStride)
 {
     if (storage == Storage::Plain)
-        return Vellum(w, h, format);
+        return extraStride > 0 ? makeSpaced(w, h, format, extraStride) : Vellum(w, h, format);
     Vellum image = makeUntouchable(w, h, format);
     EXPECT_TRUE(image.alloc_buffer(image.bytesPerLine() + extraStride, h));
     return image;
@@ -92,7 +104,7 @@ Vellum makeNoise(int w, int h, QImage::Format format, Storage storage, unsigned 
     }
     for (int y = 0; y < image.height(); ++y) {
         uchar *const row = image.scanLineEx(y);
-        for (int i = 0; i < image.bytesPerLine(); ++i)
+        for (int i = 0; i < nominalStride(w, format); ++i) // the same for any stride
             row[i] = uchar(random() >> 24);
     }
     return image;

@@ -1,7 +1,7 @@
 #include <vellum/color/convertcolors.h>
 #include <vellum/color/lcmsmanager.h>
 #include <vellum/color/parallelrows_p.h>
-#include <vellum/color/pixelcolors.h>
+#include <vellum/color/pixelprofile.h>
 #include <vellum/color/profilesources_p.h>
 #include <vellum/color/transforms_p.h>
 #include <vellum/image/derived_p.h>

@@ -14,6 +14,21 @@ QString iccProfilePath; // guarded by pathMutex
 
 constexpr int kHeaderBytes = 128;
 
+/// The bytes of the profile in the file \a path, or as many as there are; empty when it does not
+/// begin like one.
+QByteArray profileBytes(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QByteArray icc = file.read(kHeaderBytes);
+    if (icc.size() < kHeaderBytes || icc.mid(36, 4) != "acsp")
+        return {};
+    const qint64 claimed = qFromBigEndian<quint32>(icc.constData());
+    icc += file.read(qMax<qint64>(0, qMin(claimed, file.size()) - kHeaderBytes));
+    return icc;
+}
+
 } // namespace
 
 void setProfileFolder(QString folder)
@@ -45,10 +60,7 @@ Profile openCmykFile() { return openWhatIsThere(readCmykFile()); }
 QByteArray readCmykFile()
 {
     const QString path = iccFilePath(QLatin1String(kCmykFile));
-    QFile file(path);
-    QByteArray icc;
-    if (file.open(QIODevice::ReadOnly))
-        icc = file.readAll();
+    QByteArray icc = profileBytes(path);
     if (!openWhatIsThere(icc)) {
         qDebug() << "cmsOpenProfileFromFile failed:" << path;
         icc.clear();

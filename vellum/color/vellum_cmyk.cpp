@@ -20,33 +20,65 @@ ProfileCache Vellum::m_xyzProfile;
 
 namespace {
 
-/// "cmyk.icm" as it was when an image first found it. Never deleted either.
-std::atomic<const QByteArray *> pressFile {nullptr};
+/// "cmyk.icm" as it was when an image found in it what a transform needs.
+struct PressFile
+{
+    QByteArray icc;
+    const PressFile *former; ///< was of no use
+    std::atomic<bool> isOfNoUse {false}; ///< its tables turned out to be damaged
+};
+
+/// One for each of the two transforms. Never deleted either.
+using SharedFile = std::atomic<PressFile *>;
+SharedFile cmykToRgbFile {nullptr};
+SharedFile rgbToCmykFile {nullptr};
 
 /// Puts what \a made owns into \a shared, unless another thread was faster.
 template <typename Pointer, typename Owner>
-void publish(std::atomic<Pointer> &shared, Owner made)
+void publish(std::atomic<Pointer> &shared, Pointer expected, Owner made)
 {
-    Pointer expected = nullptr;
     if (shared.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel))
         static_cast<void>(made.release());
+}
+
+/// Null while there is none, or none of use.
+PressFile *usableFile(const SharedFile &shared)
+{
+    PressFile *const file = shared.load(std::memory_order_acquire);
+    return file && !file->isOfNoUse ? file : nullptr;
+}
+
+/// Shares \a icc when it is the profile of a press that has one of the two tables.
+void shareFile(SharedFile &shared, const QByteArray &icc, cmsTagSignature floatTable,
+               cmsTagSignature table)
+{
+    PressFile *const former = shared.load(std::memory_order_acquire);
+    if (former && (!former->isOfNoUse || former->icc == icc))
+        return;
+    const Profile press = vellum::color::openWhatIsThere(icc);
+    if (press && cmsGetColorSpace(press.get()) == cmsSigCmykData &&
+        (cmsIsTag(press.get(), floatTable) || cmsIsTag(press.get(), table)))
+        publish(shared, former, std::unique_ptr<PressFile>(new PressFile {icc, former}));
 }
 
 /// The transform in \a shared, made when it is first used: it takes longer than many a program
 /// that never needs it. Threads that come here at the same time each make one, and the first to
 /// finish is taken: no lock is held while messages are written.
-/// \return null while no image has found a profile, or when it lacks what the transform needs
+/// \return null while there is no \a press to make it of
 template <typename Make>
-cmsHTRANSFORM pressTransform(std::atomic<void *> &shared, Make make)
+cmsHTRANSFORM pressTransform(std::atomic<void *> &shared, const SharedFile &press, Make make)
 {
     if (void *const transform = shared.load(std::memory_order_acquire))
         return transform;
-    const QByteArray *const icc = pressFile.load(std::memory_order_acquire);
-    if (!icc)
+    PressFile *const file = usableFile(press);
+    if (!file)
         return nullptr;
-    const Profile press = vellum::color::openWhatIsThere(*icc);
+    const Profile profile = vellum::color::openWhatIsThere(file->icc);
     const Profile display(cmsCreate_sRGBProfile());
-    publish(shared, make(press.get(), display.get()));
+    Transform transform = make(profile.get(), display.get());
+    if (!transform)
+        file->isOfNoUse = true;
+    publish(shared, static_cast<void *>(nullptr), std::move(transform));
     return shared.load(std::memory_order_acquire);
 }
 
@@ -91,13 +123,15 @@ bool isOfSpace(const QByteArray &icc, cmsColorSpaceSignature space)
 
 void Vellum::prepareCmykToRgbTransform()
 {
-    // Each of the two transforms asks for the file, and says so when it is not there.
-    for (int i = 0; i < 2 && !pressFile.load(std::memory_order_acquire); ++i) {
-        auto icc = std::make_unique<const QByteArray>(vellum::color::readCmykFile());
-        const Profile profile = vellum::color::openWhatIsThere(*icc);
-        if (profile && cmsGetColorSpace(profile.get()) == cmsSigCmykData)
-            publish(pressFile, std::move(icc));
-    }
+    const int missing = int(!usableFile(cmykToRgbFile)) + int(!usableFile(rgbToCmykFile));
+    // Each of the two asks for the file, and says so when it is not there.
+    QByteArray icc;
+    for (int i = 0; i < missing && icc.isEmpty(); ++i)
+        icc = vellum::color::readCmykFile();
+    if (icc.isEmpty())
+        return;
+    shareFile(cmykToRgbFile, icc, cmsSigDToB0Tag, cmsSigAToB0Tag);
+    shareFile(rgbToCmykFile, icc, cmsSigBToD0Tag, cmsSigBToA0Tag);
 }
 
 void Vellum::BgrToCmyk(unsigned char *cmyk, unsigned char *bgr, unsigned int count)
@@ -106,7 +140,7 @@ void Vellum::BgrToCmyk(unsigned char *cmyk, unsigned char *bgr, unsigned int cou
         return Transform(
             cmsCreateTransform(display, TYPE_BGR_8, press, TYPE_CMYK_8, INTENT_PERCEPTUAL, 0));
     };
-    if (const cmsHTRANSFORM transform = pressTransform(m_rgbToCmykTransform, make))
+    if (const cmsHTRANSFORM transform = pressTransform(m_rgbToCmykTransform, rgbToCmykFile, make))
         cmsDoTransform(transform, bgr, cmyk, count);
 }
 
@@ -116,7 +150,7 @@ void Vellum::CmykToBgr(unsigned char *bgr, unsigned char *cmyk, unsigned int cou
         return Transform(
             cmsCreateTransform(press, TYPE_CMYK_8, display, TYPE_BGR_8, INTENT_PERCEPTUAL, 0));
     };
-    if (const cmsHTRANSFORM transform = pressTransform(m_cmykToRgbTransform, make))
+    if (const cmsHTRANSFORM transform = pressTransform(m_cmykToRgbTransform, cmykToRgbFile, make))
         cmsDoTransform(transform, cmyk, bgr, count);
 }
 

@@ -51,9 +51,12 @@ QVector<QRgb> fixedColors(QVector<QRgb> colors, QImage::Format format)
     return colors;
 }
 
-std::array<QRgb, 256> pixelsOfIndices(const QVector<QRgb> &colors, QImage::Format format)
+std::array<QRgb, 256> pixelsOfIndices(const QVector<QRgb> &colors, bool hasAlpha,
+                                      QImage::Format format)
 {
-    const QVector<QRgb> fixed = colors.isEmpty() ? greyRamp() : fixedColors(colors, format);
+    const QVector<QRgb> fixed = colors.isEmpty() ? greyRamp()
+        : hasAlpha                               ? fixedColors(colors, format)
+                                                 : colors;
     std::array<QRgb, 256> pixels;
     pixels.fill(format == QImage::Format_RGB32 ? 0xff000000 : 0);
     std::copy_n(fixed.cbegin(), qMin(256, fixed.size()), pixels.begin());

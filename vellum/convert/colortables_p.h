@@ -26,11 +26,14 @@ constexpr uchar greyOf(QRgb color)
 /// opaque for RGB32 and all are premultiplied for ARGB32_Premultiplied.
 QVector<QRgb> fixedColors(QVector<QRgb> colors, QImage::Format format);
 
-/// What every index of an Indexed8 image is as a pixel of \a format, as for fixedColors().
+/// What every index of an Indexed8 image is as a pixel of \a format, as for fixedColors() when the
+/// image \a hasAlpha. When it has none, its colours stay as they are, translucent ones too: an
+/// image says so of entries that QImage::setColorCount() added.
 ///
 /// An empty table stands for the grey ramp. Indices beyond the table are black, transparent where
 /// \a format has alpha.
-std::array<QRgb, 256> pixelsOfIndices(const QVector<QRgb> &colors, QImage::Format format);
+std::array<QRgb, 256> pixelsOfIndices(const QVector<QRgb> &colors, bool hasAlpha,
+                                      QImage::Format format);
 
 /// \a colors completed to the two of a one-bit image: a missing 0 is black, a missing 1 white.
 QVector<QRgb> completedToTwo(QVector<QRgb> colors);

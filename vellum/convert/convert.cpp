@@ -47,7 +47,7 @@ void convert32BitsImageToARGB32(Vellum &image, bool premultipliedToo)
 
 bool convertARGB32ToRGB32(QImage &destination, const QImage &source, uint background)
 {
-    if (source.format() != QImage::Format_ARGB32 || isBig(source))
+    if (source.format() != QImage::Format_ARGB32 || isBig(source) || isBig(destination))
         return false;
     const QImage in = source; // destination may be source
     destination = QImage(in.width(), in.height(), QImage::Format_RGB32);

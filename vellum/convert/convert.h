@@ -28,8 +28,8 @@ VELLUM_EXPORT void convert32BitsImageToARGB32(Vellum &image, bool premultipliedT
 ///
 /// \param source      plain ARGB32 image; may be \a destination itself
 /// \param background  0xAARRGGBB, alpha is ignored
-/// \return false, with \a destination untouched, when \a source is of another format or big;
-///         false, with \a destination null, when memory runs out
+/// \return false, with \a destination untouched, when \a source is of another format or either is
+///         big; false, with \a destination null, when memory runs out
 VELLUM_EXPORT bool convertARGB32ToRGB32(QImage &destination, const QImage &source, uint background);
 
 namespace vellum {

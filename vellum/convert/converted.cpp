@@ -6,6 +6,7 @@
 #include <vellum/convert/rowloop_p.h>
 #include <vellum/image/imagedata_p.h>
 #include <vellum/image/rowaccess.h>
+#include <vellum/image/tightrows_p.h>
 
 #include <QStringList>
 
@@ -30,8 +31,9 @@ int stripRows(const Vellum &image, QImage::Format format, Qt::ImageConversionFla
 {
     const int depth = qMax(image.depth(), qt_depthForFormat(format));
     const qint64 rowBytes = (qint64(image.width()) * depth + 7) / 8;
-    // QImage's patterns begin with every strip. It uses them only when asked like this.
-    const bool hasPattern = (flags & Qt::DitherMode_Mask) == Qt::PreferDither;
+    // QImage's patterns begin with every strip. It uses them only when asked like this, whatever
+    // else is asked.
+    const bool hasPattern = (flags & Qt::PreferDither) != 0;
     int rows = hasPattern ? kDitherPeriod : 1;
     while (rows * 2 * rowBytes <= kStripBytes)
         rows *= 2;
@@ -94,13 +96,15 @@ private:
         return strip;
     }
 
-    /// True when the rows can be shown to QImage where they are: it reads padding too.
+    /// True when the rows can be shown to QImage where they are: it reads padding too, and copies
+    /// it, see hasTightRows().
     bool isOneBuffer(int count) const
     {
         const auto addressOf = [](const uchar *row) { return reinterpret_cast<quintptr>(row); };
         const auto stride = quintptr(m_image.bytesPerLine());
         const quintptr alignment = m_image.depth() == 64 ? 8 : 4;
-        if (m_image.storedBytesPerLine() < m_image.bytesPerLine() || stride % alignment != 0 ||
+        if (m_image.storedBytesPerLine() < m_image.bytesPerLine() ||
+            !vellum::image::hasTightRows(m_image) || stride % alignment != 0 ||
             addressOf(m_rows[0]) % alignment != 0)
             return false;
         for (int i = 1; i < count; ++i) {

@@ -68,7 +68,7 @@ bool mapInPlace(Vellum &image, QImage::Format format, const Bytes &bytes)
 
 void convertIndexed8ToX32(Vellum &dst, const Vellum &src, Qt::ImageConversionFlags)
 {
-    const auto pixels = pixelsOfIndices(src.colorTable(), dst.format());
+    const auto pixels = pixelsOfIndices(src.colorTable(), src.hasAlphaChannel(), dst.format());
     forEachRow<Pixel32, uchar>(dst, src, [&](Pixel32 *out, const uchar *in, int width) {
         for (int x = 0; x < width; ++x)
             out[x] = pixels[in[x]];

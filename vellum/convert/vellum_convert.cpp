@@ -2,6 +2,7 @@
 
 #include <vellum/convert/table_p.h>
 #include <vellum/image/derived_p.h>
+#include <vellum/image/tightrows_p.h>
 
 #include <QStringList>
 
@@ -41,7 +42,10 @@ Vellum Vellum::convertToFormat(QImage::Format format, Qt::ImageConversionFlags f
     if (!isFormat(format))
         return result;
     if (!isBigImage()) {
-        result = QImage::convertToFormat_helper(format, flags);
+        // A named copy: of a temporary QImage would convert the pixels in place, to other bytes.
+        const bool fits = vellum::image::hasTightRows(*this) || format == this->format();
+        const QImage tight = fits ? toImage() : QImage::copy();
+        result = tight.convertToFormat(format, flags);
         return result;
     }
     result = convertBigImage(*this, format, flags);

@@ -350,7 +350,8 @@ public:
     /// Converts \a count pixels, sRGB in the byte order B, G, R, to C, M, Y, K of "cmyk.icm"
     /// (255 = full ink). The result comes first. Does nothing while the file has not been found:
     /// every construction of an image looks for it, and writes two debug lines when it is missing.
-    /// May be called from any thread.
+    /// The first call makes the transform, which takes some ten milliseconds. May be called from
+    /// any thread.
     static void BgrToCmyk(unsigned char *cmyk, unsigned char *bgr, unsigned int count);
     /// The way back, of BgrToCmyk(), from C, M, Y, K to B, G, R.
     static void CmykToBgr(unsigned char *bgr, unsigned char *cmyk, unsigned int count);
@@ -464,7 +465,8 @@ public:
     /// MonoLSB, Indexed8, Grayscale8, ARGB32 and ARGB32_Premultiplied; from ARGB32 to Mono,
     /// MonoLSB, Indexed8, Grayscale8 and RGB32; from RGBA64 to ARGB32. They give what QImage gives,
     /// with one difference that callers rely on: Grayscale8 of a big 32-bit image ignores blue, and
-    /// is trunc(0.299 R + 0.587 G + 0.114 G).
+    /// is trunc(0.299 R + 0.587 G + 0.114 G); and Indexed8 of a big one-bit image keeps more
+    /// colours than two.
     ///
     /// \param flags  dithering, as for QImage::convertToFormat()
     Vellum convertToFormat(QImage::Format format,

@@ -27,8 +27,8 @@ QImage::Format checkedFormat(int format)
 /// Other plugins may answer anything.
 StoredColors checkedColors(int colors)
 {
-    const bool known = colors == int(StoredColors::Cmyk) || colors == int(StoredColors::Lab);
-    return known ? StoredColors(colors) : StoredColors::AsDecoded;
+    const bool known = colors >= int(StoredColors::AsDecoded) && colors <= int(StoredColors::Lab);
+    return known ? StoredColors(colors) : StoredColors::Unknown;
 }
 
 QString cutShortFault() { return QStringLiteral("the file is damaged or cut short"); }
@@ -47,6 +47,7 @@ public:
         info.kind = "hrle";
         info.size = {m_check.width, m_check.height};
         info.format = QImage::Format_Grayscale8;
+        info.colors = StoredColors::AsDecoded;
         info.dotsPerMeter = {m_check.dotsPerMeterX, m_check.dotsPerMeterY};
         return info;
     }

@@ -1,4 +1,4 @@
-#include <vellum/color/pixelcolors.h>
+#include <vellum/color/pixelprofile.h>
 #include <vellum/color/presscolors.h>
 #include <vellum/color/profileinfo.h>
 #include <vellum/convert/convert.h>

@@ -15,6 +15,7 @@ enum class RowOrder {
 
 /// The colours of pixels as they are stored in a file.
 enum class StoredColors {
+    Unknown,
     AsDecoded, ///< those of the format that they are decoded to
     Cmyk, ///< inks, which decoding turns into RGB
     Lab, ///< CIE L*a*b*, which decoding turns into RGB

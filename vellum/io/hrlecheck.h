@@ -24,9 +24,9 @@ struct HrleCheck
     int width = 0; ///< in pixels; 0 unless complete or damaged
     int height = 0; ///< in pixels, never negative; 0 unless complete or damaged
     int rows = 0; ///< that are there whole: from the top when compressed, else from the bottom
+    bool compressed = false; ///< run-length data; false unless complete or damaged
     int dotsPerMeterX = 0; ///< as in the header; 0 unless complete or damaged
     int dotsPerMeterY = 0; ///< as in the header; 0 unless complete or damaged
-    bool compressed = false; ///< run-length data; false unless complete or damaged
 };
 
 /// Checks the file \a fileName as the overload does.

@@ -73,7 +73,9 @@ const char *headerFault(const HrleFileHeader &file, const HrleInfoHeader &info)
 
 } // namespace vellum::io
 
-QString vellum::hrleSizeFault(const QSize &size)
+namespace vellum {
+
+QString hrleSizeFault(const QSize &size)
 {
     if (size.width() > io::kWidestRow)
         return QStringLiteral("%1 pixels are more than a row of .hrle can hold").arg(size.width());
@@ -85,3 +87,5 @@ QString vellum::hrleSizeFault(const QSize &size)
     }
     return {};
 }
+
+} // namespace vellum

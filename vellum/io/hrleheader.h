@@ -1,10 +1,11 @@
-// The two headers at the start of an HRLE file.
+// The two headers at the start of an HRLE file, and what pictures fit them.
 #pragma once
 
 #include <vellum/export.h>
 
 #include <QSize>
 #include <QString>
+#include <QtGlobal>
 
 namespace vellum {
 

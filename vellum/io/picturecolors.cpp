@@ -1,5 +1,5 @@
 #include <vellum/color/convertcolors.h>
-#include <vellum/color/pixelcolors.h>
+#include <vellum/color/pixelprofile.h>
 #include <vellum/color/profilesources_p.h>
 #include <vellum/convert/convert.h>
 #include <vellum/io/picturecolors_p.h>
@@ -66,7 +66,8 @@ ColorOutcome convertPalette(Vellum &image, JobProgress &progress, Convert conver
 ColorOutcome convertPixels(Vellum &image, const QByteArray &from, const QByteArray &to,
                            const ColorConversion &conversion, JobProgress &progress)
 {
-    const bool fromGrey = from.isEmpty() ? isGrayFormat(image.format()) : spaceOf(from) == cmsSigGrayData;
+    const bool fromGrey =
+        from.isEmpty() ? isGrayFormat(image.format()) : spaceOf(from) == cmsSigGrayData;
     if (fromGrey && !isGrayFormat(image.format()))
         return ColorOutcome::Impossible;
     const QImage::Format format = convertibleFormat(image, fromGrey);
@@ -99,7 +100,8 @@ ColorOutcome toSrgb(Vellum &image, const QByteArray &profile, JobProgress &progr
                                  [&](Vellum &row) { return toSrgb(row, profile, progress); });
     } else {
         outcome = convertPixels(image, profile, {}, {}, progress);
-        if (outcome == ColorOutcome::Done && isGrayFormat(format) && !toFormat(image, format, progress))
+        if (outcome == ColorOutcome::Done && isGrayFormat(format) &&
+            !toFormat(image, format, progress))
             outcome = ColorOutcome::Failed;
     }
     if (outcome == ColorOutcome::Done) {

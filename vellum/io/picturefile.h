@@ -25,12 +25,11 @@ struct PictureInfo
     QImageIOHandler::Transformations transformation; ///< that turns it upright
     int pages = 1; ///< in the file; 1 too where the decoder does not tell
 
-    /// \name Of files that the library's own plugins read, and HRLE
-    /// @{
-    StoredColors colors = StoredColors::AsDecoded;
+    /// Unknown except of HRLE files and of what the library's own plugins read; unless it is known,
+    /// neither are \c profile and \c dotsPerMeter.
+    StoredColors colors = StoredColors::Unknown;
     QByteArray profile; ///< ICC, of the pixels as stored; empty if the file has none
     QSize dotsPerMeter; ///< of the upright picture; empty if the file does not say
-    /// @}
 };
 
 /// Bytes that the pixels of a picture take, rows padded to a multiple of 4 bytes; 0 when \a size or

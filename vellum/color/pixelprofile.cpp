@@ -1,5 +1,5 @@
 #include <vellum/color/lcmsmanager.h>
-#include <vellum/color/pixelcolors.h>
+#include <vellum/color/pixelprofile.h>
 #include <vellum/image/vellum.h>
 
 #include <QColorSpace>
