@@ -129,7 +129,8 @@ QString onOneLine(QString name)
 
 QByteArray asText(const QString &fileName, const QVector<Output> &outputs)
 {
-    QString text = QStringLiteral("%1\n  channels    %2\n").arg(fileName).arg(outputs.size());
+    QString text =
+        QStringLiteral("%1\n  channels    %2\n").arg(fileName, QString::number(outputs.size()));
     for (const Output &output : outputs) {
         text += QStringLiteral("  %1 bits     %2\n")
                     .arg(output.channel.bits, 2)

@@ -35,7 +35,7 @@ QString UniqueNames::unique(const QString &name)
 {
     QString candidate = name;
     for (int number = 2; m_taken.contains(candidate.toCaseFolded()); ++number)
-        candidate = QStringLiteral("%1 %2").arg(name).arg(number);
+        candidate = name + QLatin1Char(' ') + QString::number(number);
     m_taken.insert(candidate.toCaseFolded());
     return candidate;
 }

@@ -50,8 +50,7 @@ void tellOfConversion(const QString &fileName, int page, const Vellum &picture)
 {
     if (picture.isOrgFileCmyk()) {
         printNotice(QStringLiteral("%1: page %2 was CMYK and has been converted to sRGB")
-                        .arg(fileName)
-                        .arg(page + 1));
+                        .arg(fileName, QString::number(page + 1)));
     }
 }
 
@@ -88,10 +87,9 @@ int split(const SplitOptions &options)
     const int count = reader.pages();
     const int digits = QString::number(count).size();
     for (int i = 0; i < count; ++i) {
-        const QString name = QStringLiteral("%1-%2.%3")
-                                 .arg(QFileInfo(fileName).completeBaseName())
-                                 .arg(i + 1, digits, 10, QLatin1Char('0'))
-                                 .arg(kind);
+        const QString number = QString::number(i + 1).rightJustified(digits, QLatin1Char('0'));
+        const QString name =
+            QStringLiteral("%1-%2.%3").arg(QFileInfo(fileName).completeBaseName(), number, kind);
         const QString file = QDir(folder).filePath(name);
         refuseInput(file, fileName);
         if (options.existing == Existing::Keep && QFileInfo::exists(file))
@@ -194,7 +192,7 @@ int list(const ListOptions &options)
     const QString fileName = fromShell(options.file);
     PictureReader reader(fileName);
     const int count = reader.pages();
-    QString text = QStringLiteral("%1\n  pages       %2\n").arg(fileName).arg(count);
+    QString text = QStringLiteral("%1\n  pages       %2\n").arg(fileName, QString::number(count));
     QJsonArray pages;
     for (int i = 0; i < count; ++i) {
         const PictureHeader page = reader.lookAt(i);

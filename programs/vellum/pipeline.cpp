@@ -19,6 +19,11 @@ QElapsedTimer startedClock()
     return clock;
 }
 
+QString seconds(qint64 milliseconds)
+{
+    return QString::number(double(milliseconds) / 1000, 'f', 3);
+}
+
 } // namespace
 
 Pipeline::Pipeline(const FileOptions &options, const FileJob &job, ProgressBoard &board)
@@ -39,8 +44,7 @@ Vellum Pipeline::read(const ReadWishes &wishes)
     const int channels = m_reader.channelsLeftOut();
     if (channels > 0 && m_kind.startsWith("tif")) { // no other kind could have kept them
         printNotice(QStringLiteral("%1: its extra channels, %2, are left out; see vellum channels")
-                        .arg(m_job.input)
-                        .arg(channels));
+                        .arg(m_job.input, QString::number(channels)));
     }
     return picture;
 }
@@ -71,10 +75,8 @@ bool Pipeline::stream(const ReadWishes &reading, const QSize &size, const WriteW
     m_isWhole = m_reader.damage().isEmpty();
     m_output.commit();
     printVerbose(QStringLiteral("%1: %2 x %3, written while it was read in %4 s")
-                     .arg(m_job.output)
-                     .arg(size.width())
-                     .arg(size.height())
-                     .arg(double(m_clock.elapsed()) / 1000, 0, 'f', 3));
+                     .arg(m_job.output, QString::number(size.width()),
+                          QString::number(size.height()), seconds(m_clock.elapsed())));
     tellDamage();
     return true;
 }
@@ -134,9 +136,9 @@ void Pipeline::tellDamage()
 
 void Pipeline::tell(const QString &file, const char *done, const Vellum &picture)
 {
-    printVerbose(QStringLiteral("%1: %2, %3 in %4 s")
-                     .arg(file, described(picture), QLatin1String(done))
-                     .arg(double(m_clock.restart()) / 1000, 0, 'f', 3));
+    printVerbose(
+        QStringLiteral("%1: %2, %3 in %4 s")
+            .arg(file, described(picture), QLatin1String(done), seconds(m_clock.restart())));
 }
 
 } // namespace vellum::tool

@@ -82,17 +82,16 @@ QByteArray asText(const QString &fileName, int bytes, const ProfileInfo &info)
     for (const RenderingIntent intent : info.intents)
         intents.append(intentName(intent));
     const auto number = [](double value) { return QString::number(value, 'f', 4); };
-    QString text = QStringLiteral("%1\n"
-                                  "  description  %2\n"
-                                  "  size         %3 bytes\n"
-                                  "  version      %4\n"
-                                  "  class        %5\n"
-                                  "  colours      %6, connected through %7\n"
-                                  "  intents      %8\n")
-                       .arg(fileName, info.description)
-                       .arg(bytes)
-                       .arg(info.version, info.deviceClass, info.colorSpace, info.connectionSpace,
-                            intents.join(QStringLiteral(", ")));
+    QString text =
+        QStringLiteral("%1\n"
+                       "  description  %2\n"
+                       "  size         %3 bytes\n"
+                       "  version      %4\n"
+                       "  class        %5\n"
+                       "  colours      %6, connected through %7\n"
+                       "  intents      %8\n")
+            .arg(fileName, info.description, QString::number(bytes), info.version, info.deviceClass,
+                 info.colorSpace, info.connectionSpace, intents.join(QStringLiteral(", ")));
     if (info.whitePoint) {
         text += QStringLiteral("  white        X %1, Y %2, Z %3\n")
                     .arg(number(info.whitePoint->x), number(info.whitePoint->y),

@@ -363,3 +363,11 @@ RC_GTEST_PROP(HrleChecking, AnyWordsAreJudgedAsTheGrammarJudgesThem, ())
 }
 
 } // namespace
+
+TEST(HrleSize, FitsUpToTheLongestRowAndTheMostPixelsThatReadersTake)
+{
+    EXPECT_TRUE(vellum::hrleSizeFault({16777212, 1}).isEmpty());
+    EXPECT_FALSE(vellum::hrleSizeFault({16777213, 1}).isEmpty());
+    EXPECT_TRUE(vellum::hrleSizeFault({32768, 32768}).isEmpty());
+    EXPECT_FALSE(vellum::hrleSizeFault({32768, 32769}).isEmpty());
+}

@@ -187,7 +187,7 @@ TEST(Info, TakesTheNameOfAProfileAsItIs)
 {
     const Folder folder;
     QImage image = photoLike(9, 9);
-    image.setColorSpace(QColorSpace::fromIccProfile(profileNamed("Ink 80%1 and %6")));
+    image.setColorSpace(QColorSpace::fromIccProfile(profileNamed("Ink 80%1\nand %6")));
     const QString file = folder.write("a.png", encoded(image, "png"));
 
     EXPECT_EQ(infoOf({file}).at(0).toObject()["profile"], "Ink 80%1 and %6");

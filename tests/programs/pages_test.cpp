@@ -5,6 +5,7 @@
 
 #include <QColorSpace>
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -60,6 +61,19 @@ QString writePages(const Folder &folder, const QString &name, const std::vector<
 }
 
 } // namespace
+
+TEST(Pages, AreSplitFromFilesOfAnyName)
+{
+    const Folder folder;
+    const QString page = folder.write("a.png", encoded(photoLike(9, 9), "png"));
+    const QString joined = folder.path("50%2 of %3.tif");
+    ASSERT_TRUE(succeeds({"pages", "join", page, page, joined}));
+    ASSERT_TRUE(succeeds({"pages", "split", joined, "-o", folder.path("out")}));
+
+    EXPECT_TRUE(QFileInfo::exists(folder.path("out/50%2 of %3-1.tif")));
+    EXPECT_TRUE(QFileInfo::exists(folder.path("out/50%2 of %3-2.tif")));
+    EXPECT_TRUE(runTool({"pages", "list", joined}).out.contains("50%2 of %3.tif\n  pages       2"));
+}
 
 TEST(PagesSplit, WritesEveryPage)
 {

@@ -89,7 +89,12 @@ QString descriptionOf(cmsHPROFILE profile)
     std::vector<wchar_t> text(bytes / sizeof(wchar_t) + 1);
     cmsGetProfileInfo(profile, cmsInfoDescription, "en", "US", text.data(), bytes);
     text.back() = 0;
-    return QString::fromWCharArray(text.data());
+    QString description = QString::fromWCharArray(text.data());
+    for (QChar &c : description) { // whoever shows it counts on one line of text
+        if (c.category() == QChar::Other_Control)
+            c = QLatin1Char(' ');
+    }
+    return description;
 }
 
 QVector<RenderingIntent> intentsOf(cmsHPROFILE profile)
