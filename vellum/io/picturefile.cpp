@@ -1,6 +1,7 @@
 #include <vellum/convert/convert.h>
 #include <vellum/image/derived_p.h>
 #include <vellum/image/heldattachments_p.h>
+#include <vellum/image/tightrows_p.h>
 #include <vellum/io/graypalette_p.h>
 #include <vellum/io/limitcheck_p.h>
 #include <vellum/io/pagerequest_p.h>
@@ -255,8 +256,7 @@ qint64 pixelBytes(const QSize &size, QImage::Format format)
 {
     if (size.isEmpty() || format <= QImage::Format_Invalid || format >= QImage::NImageFormats)
         return 0;
-    const qint64 rowBits = qint64(size.width()) * qt_depthForFormat(format);
-    return (rowBits + 31) / 32 * 4 * size.height();
+    return image::tightStride(size.width(), qt_depthForFormat(format)) * size.height();
 }
 
 PictureFile::PictureFile(const QString &file) : d(std::make_unique<Private>())
